@@ -1,0 +1,23 @@
+#include "Figures.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+int64_t nanoseconds() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+}
+
+double millisecondsBetween(int64_t begin, int64_t end) {
+    return static_cast<double>(end - begin) / 1e6;
+}
+
+double quantile(std::vector<double> values, double share) {
+    if (values.empty()) return 0;
+    std::sort(values.begin(), values.end());
+    const double place = share * static_cast<double>(values.size() - 1);
+    const auto below = static_cast<size_t>(std::floor(place));
+    const size_t above = std::min(below + 1, values.size() - 1);
+    return std::lerp(values[below], values[above], place - std::floor(place));
+}

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# bench/run.sh [BENCHMARK...]
+# Builds the benchmarks, or the named ones, and runs them one after the other. The figures are for a person to read:
+# only a benchmark that couldn't measure ends with an exit code that isn't 0.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+benchmarks=("$@")
+[ ${#benchmarks[@]} -gt 0 ] || benchmarks=(SentenceLatency DownloadThroughput AskStart HtmlToText HeadFrame IdleCompanion)
+"$root/scripts/install-packages.sh" build test bench
+"$root/scripts/build.sh" release -DBUILD_TESTING=ON -- "${benchmarks[@]}"
+status=0
+for benchmark in "${benchmarks[@]}"; do
+    "$root/build/release/bench/$benchmark" || status=1
+done
+exit "$status"

@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# install-packages.sh SET...
+# Installs the Debian packages of the named sets, if any are missing: "build" to build and run Velu, "test" for the
+# tests, "bench" for what the benchmarks compare with, "lint" for the format and lint checks, "fuzz" for the fuzz targets.
+# As root, or through sudo. Asks the network for nothing when everything is there.
+set -euo pipefail
+
+packages=()
+for set in "$@"; do
+    case $set in
+        build) packages+=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev libarchive-dev
+                          nlohmann-json3-dev libvulkan-dev libcpp-httplib-dev libglm-dev libtinygltf-dev
+                          libstb-dev libepoxy-dev libegl-dev libgl1-mesa-dri qt6-base-dev libxcb1-dev
+                          libxcb-shape0-dev) ;;
+        test) packages+=(libgtest-dev zlib1g-dev xvfb openbox picom xdotool python3) ;;
+        bench) packages+=(curl lynx w3m) ;;
+        lint) packages+=(clang-format clang-tidy git) ;;
+        fuzz) packages+=(clang libclang-rt-14-dev) ;;
+        *) echo "install-packages.sh: there is no package set '$set'" >&2; exit 2 ;;
+    esac
+done
+
+command -v dpkg-query > /dev/null || {
+    echo "install-packages.sh: this isn't a Debian system; the README lists what Velu needs" >&2
+    exit 1
+}
+installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' "${packages[@]}" 2> /dev/null | sed -n 's/^installed //p' || true)
+missing=()
+for package in "${packages[@]}"; do
+    grep -qxF "$package" <<< "$installed" || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" != 0 ]; then
+    command -v sudo > /dev/null || {
+        echo "install-packages.sh: needs root or sudo to install: ${missing[*]}" >&2
+        exit 1
+    }
+    as_root=(sudo)
+fi
+echo "installing packages: ${missing[*]}" >&2
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+install=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}")
+if ! { "${as_root[@]}" apt-get update && "${install[@]}"; } > "$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    echo "install-packages.sh: the packages could not be installed; is there a network?" >&2
+    exit 1
+fi

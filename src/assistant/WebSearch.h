@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "assistant/ResultPages.h"
+#include "foundation/Callbacks.h"
+#include "foundation/Endpoints.h"
+
+/// Web search through two engines' ordinary result pages, without keys.
+class WebSearch {
+public:
+    /// A numbered text of at most 4 hits for the language model, or a sentence that nothing was found. Asks
+    /// the second engine when the first brought fewer than 4. Doesn't fail otherwise. Threads: any; blocks
+    /// for up to two requests.
+    static std::string search(const Endpoints& endpoints, const std::string& query, CancelFlag* cancel);
+};
+
+/// Appends the hits whose address isn't in the list yet.
+void mergeHits(std::vector<SearchHit>& hits, std::vector<SearchHit> more);
+
+/// The numbered text of the first 4 hits, snippets cut to 170 bytes.
+std::string hitsText(const std::vector<SearchHit>& hits);

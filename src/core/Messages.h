@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/geometry.h"
+
+/// What the window thread is told, by number. Only the window thread acts on windows, so other threads post
+/// what they have to say.
+enum class MessageId : uint32_t {
+    WM_DESTROY = 2,          ///< the head's window is to go, and the program with it
+    WM_TIMER = 275,          ///< once a second
+    WM_MOUSEMOVE = 512,      ///< `point`: the cursor
+    WM_LBUTTONDOWN = 513,    ///< `point`: the cursor
+    WM_LBUTTONUP = 514,      ///< `point`: the cursor
+    WM_LBUTTONDBLCLK = 515,  ///< `point`: the cursor; between the second press and its release
+    WM_APP_VOICE_EVENT = 32769,
+    WM_APP_SENTENCE = 32770,      ///< `text`: one sentence of the reply
+    WM_APP_BRAIN_STATUS = 32771,  ///< `text`: a progress line of the engine or of a turn
+    WM_APP_TURN_DONE = 32772,     ///< always a turn's last message
+    WM_APP_BRAIN_READY = 32773,   ///< `parameter`: 1 started, 0 failed
+    WM_APP_TRAY = 32774,          ///< `parameter`: what the mouse did on the tray icon
+    WM_APP_WAKE = 32775,          ///< the name was heard
+    WM_APP_UTTERANCE = 32776,     ///< `parameter`: bit 0 a follow-up, bit 1 there is a `text`
+    WM_APP_EARS_STATUS = 32777,   ///< `text`: a line of ears or eyes, or empty
+    WM_APP_GREET = 32778,         ///< `text`: the name of someone who was recognised
+};
+
+struct Message {
+    MessageId id{};
+    uint64_t parameter = 0;
+    std::string text{};
+    Point point{};
+};
+
+/// What was posted to the window thread and not yet handled, in order. Threads: any posts, one takes.
+class MessageQueue {
+public:
+    void post(Message message);
+
+    /// Everything that was posted since the last call.
+    [[nodiscard]] std::vector<Message> take();
+
+private:
+    std::mutex mutex;
+    std::vector<Message> messages;  ///< guarded by `mutex`
+};

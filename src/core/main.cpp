@@ -1,0 +1,70 @@
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "core/AskMode.h"
+#include "core/CaptureMode.h"
+#include "core/CommandLine.h"
+#include "core/Companion.h"
+#include "core/Help.h"
+#include "core/SearchMode.h"
+#include "core/WindowMode.h"
+#include "foundation/Log.h"
+#include "foundation/Settings.h"
+#include "platform/system.h"
+
+namespace {
+
+int notBuiltYet(const char* subsystem) {
+    std::fprintf(stderr, "velu: %s isn't built yet; --help tells what there is.\n", subsystem);
+    return 2;
+}
+
+int runMode(Companion& companion, const ModeChoice& choice, const std::string& commandLine) {
+    switch (choice.mode) {
+        case RunMode::ask:
+            return runAskMode(companion, stripQuotes(choice.arguments));
+        case RunMode::search:
+            return runSearchMode(companion, stripQuotes(choice.arguments));
+        case RunMode::wavTest:
+        case RunMode::micCapture:
+            return notBuiltYet("the hearing");
+        case RunMode::faceTest:
+        case RunMode::cameraTest:
+            return notBuiltYet("the sight");
+        case RunMode::capture:
+            return runCaptureMode(commandLine);
+        case RunMode::window:
+            break;
+    }
+    return runWindowMode(companion);
+}
+
+int run(const std::vector<std::string>& arguments) {
+    const std::string commandLine = commandLineText(arguments);
+    const ModeChoice choice = chooseMode(commandLine);
+    // A picture can be taken beside a living companion; every other start would share its files and its
+    // servers.
+    const SingleInstance instance("Velu.Desktop.SingleInstance");
+    if (!instance.isFirst() && choice.mode != RunMode::capture) return 0;
+    Settings::instance().load();
+    Companion companion;
+    theCompanion = &companion;
+    return runMode(companion, choice, commandLine);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    prepareProcess();
+    try {
+        const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+        if (!arguments.empty() && arguments[0] == "--help") return std::fputs(helpText(), stdout) < 0;
+        if (!arguments.empty() && arguments[0] == "--version") return std::fputs(versionText(), stdout) < 0;
+        return run(arguments);
+    } catch (const std::exception& error) {
+        logLine("ended by an unexpected error: %s", error.what());
+        return 1;
+    }
+}

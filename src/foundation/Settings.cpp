@@ -1,0 +1,111 @@
+#include "foundation/Settings.h"
+
+#include <cmath>
+#include <limits>
+#include <variant>
+
+#include "foundation/Files.h"
+#include "foundation/Json.h"
+#include "foundation/Paths.h"
+#include "foundation/Text.h"
+
+using nlohmann::json;
+
+namespace {
+
+// The one list of keys: loading and saving both walk it, so that a setting can't be forgotten in either.
+struct Field {
+    const char* key;
+    std::variant<SharedText Settings::*, std::atomic<double> Settings::*, std::atomic<int32_t> Settings::*,
+                 std::atomic<bool> Settings::*>
+        member;
+};
+
+const Field fields[] = {
+    {"userName", &Settings::userName},
+    {"locName", &Settings::locName},
+    {"locLat", &Settings::locLat},
+    {"locLon", &Settings::locLon},
+    {"modelIndex", &Settings::modelIndex},
+    {"sizePx", &Settings::sizePx},
+    {"voiceOn", &Settings::voiceOn},
+    {"alwaysOnTop", &Settings::alwaysOnTop},
+    {"webResearch", &Settings::webResearch},
+    {"startWithWindows", &Settings::startWithWindows},
+    {"micOn", &Settings::micOn},
+    {"camOn", &Settings::camOn},
+    {"micDevice", &Settings::micDevice},
+    {"voiceName", &Settings::voiceName},
+    {"posX", &Settings::posX},
+    {"posY", &Settings::posY},
+};
+
+void assign(SharedText& field, const json& value) {
+    if (value.is_string()) field.set(value.get<std::string>());
+}
+
+void assign(std::atomic<double>& field, const json& value) {
+    if (value.is_number()) field = value.get<double>();
+}
+
+void assign(std::atomic<int32_t>& field, const json& value) {
+    if (!value.is_number()) return;
+    const double number = std::trunc(value.get<double>());
+    if (number >= std::numeric_limits<int32_t>::min() && number <= std::numeric_limits<int32_t>::max()) {
+        field = static_cast<int32_t>(number);
+    }
+}
+
+void assign(std::atomic<bool>& field, const json& value) {
+    if (value.is_boolean()) field = value.get<bool>();
+}
+
+json valueOf(const SharedText& field) {
+    return repairUtf8(field.get());
+}
+
+template <typename Number>
+json valueOf(const std::atomic<Number>& field) {
+    return field.load();
+}
+
+std::string settingsPath() {
+    return joinPath(dataFolder(), "settings.json");
+}
+
+}  // namespace
+
+Settings& Settings::instance() {
+    static Settings settings;
+    return settings;
+}
+
+void Settings::fromJson(const std::string& bytes) {
+    const json object = parseJson(bytes);
+    if (!object.is_object()) return;
+    for (const Field& field : fields) {
+        const auto value = object.find(field.key);
+        if (value == object.end()) continue;
+        std::visit([&](auto member) { assign(this->*member, *value); }, field.member);
+    }
+    // Three rows; a file from elsewhere may name one that isn't there.
+    if (static_cast<uint32_t>(modelIndex.load()) > 2) modelIndex = 0;
+}
+
+std::string Settings::toJson() const {
+    json object = json::object();
+    for (const Field& field : fields) {
+        std::visit([&](auto member) { object[field.key] = valueOf(this->*member); }, field.member);
+    }
+    return object.dump(2, ' ', false, json::error_handler_t::replace);
+}
+
+void Settings::load() {
+    std::string bytes;
+    if (readWholeFile(settingsPath(), bytes)) fromJson(bytes);
+}
+
+void Settings::save() {
+    const std::scoped_lock lock(fileMutex);
+    writeWholeFile(settingsPath(), toJson());
+}

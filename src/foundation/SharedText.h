@@ -1,0 +1,24 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <utility>
+
+/// A text that is read and replaced whole by several threads.
+/// Threads: any.
+class SharedText {
+public:
+    [[nodiscard]] std::string get() const {
+        const std::scoped_lock lock(mutex);
+        return text;
+    }
+
+    void set(std::string value) {
+        const std::scoped_lock lock(mutex);
+        text = std::move(value);
+    }
+
+private:
+    mutable std::mutex mutex;
+    std::string text;  ///< guarded by `mutex`
+};

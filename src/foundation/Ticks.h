@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstdint>
+
+#include "foundation/Callbacks.h"
+
+/// Milliseconds of a clock that only goes forward. 0 never comes, so that a field of 0 can mean "not set".
+uint64_t tickCount();
+
+/// Sleeps; ends within 50 ms of `cancel` (may be null) turning true. False when it was cancelled.
+bool pauseUnlessCancelled(uint64_t milliseconds, CancelFlag* cancel);

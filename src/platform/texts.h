@@ -1,0 +1,16 @@
+#pragma once
+
+/// What the program names differently from one operating system to the next: its words for the user's system,
+/// and the names under which the engines are published for it. One place to change. Constant.
+struct PlatformTexts {
+    const char* desktop;         ///< where the head floats, in the system prompt
+    const char* noEngineBuild;   ///< status line: no release has an engine for this system
+    const char* engineProgram;   ///< file name of the language-model server
+    const char* gpuEngineAsset;  ///< part of the name of the release asset that runs on the GPU
+    const char* cpuEngineAsset;  ///< the same for the processor
+    const char* deviceFailed;    ///< log line: no way to draw; before the system's number for the reason
+    const char* surfaceFailed;  ///< log line: nothing to draw into; before the system's number for the reason
+    const char* rendererFailed;  ///< message box: the head can't be drawn
+};
+
+extern const PlatformTexts platformTexts;

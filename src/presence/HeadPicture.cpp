@@ -1,0 +1,45 @@
+#include "presence/HeadPicture.h"
+
+#include <stb_image_write.h>
+
+#include <algorithm>
+
+#include "foundation/Files.h"
+
+std::vector<uint8_t> overGrey(const std::vector<uint8_t>& frame) {
+    std::vector<uint8_t> pixels;
+    pixels.reserve(frame.size() / 4 * 3);
+    for (size_t at = 0; at + 4 <= frame.size(); at += 4) {
+        const float grey = (1.0F - static_cast<float>(frame[at + 3]) / 255.0F) * 90.0F;
+        for (size_t channel = 0; channel < 3; ++channel) {
+            pixels.push_back(
+                static_cast<uint8_t>(std::min(static_cast<float>(frame[at + channel]) + grey, 255.0F)));
+        }
+    }
+    return pixels;
+}
+
+std::vector<uint8_t> withStraightAlpha(const std::vector<uint8_t>& frame) {
+    std::vector<uint8_t> pixels(frame.size(), 0);
+    for (size_t at = 0; at + 4 <= frame.size(); at += 4) {
+        const int32_t alpha = frame[at + 3];
+        if (alpha == 0) continue;
+        for (size_t channel = 0; channel < 3; ++channel) {
+            pixels[at + channel] = static_cast<uint8_t>(std::min(frame[at + channel] * 255 / alpha, 255));
+        }
+        pixels[at + 3] = frame[at + 3];
+    }
+    return pixels;
+}
+
+bool writePng(const std::string& path, int32_t width, int32_t height, int32_t channels,
+              const std::vector<uint8_t>& pixels) {
+    // Into memory first: the library doesn't tell when the disk is full.
+    std::string bytes;
+    const auto keep = [](void* into, void* data, int size) {
+        static_cast<std::string*>(into)->append(static_cast<const char*>(data), static_cast<size_t>(size));
+    };
+    return stbi_write_png_to_func(keep, &bytes, width, height, channels, pixels.data(), width * channels) !=
+               0 &&
+           writeWholeFile(path, bytes);
+}

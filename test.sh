@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# test.sh [--sanitize] [ctest arguments]
+# Installs what is needed, builds Velu and its tests, and runs them. With --sanitize they are built and run twice more:
+# under AddressSanitizer with UndefinedBehaviorSanitizer, then under ThreadSanitizer.
+set -euo pipefail
+root=$(cd "$(dirname "$0")" && pwd)
+presets=(release)
+if [ "${1-}" = --sanitize ]; then
+    presets=(asan tsan)
+    shift
+fi
+# Not strict_string_checks: libxkbcommon, which Qt brings along, hands strndup what has no end.
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
+export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1:suppressions=$root/cmake/tsan-suppressions.txt}
+
+"$root/scripts/install-packages.sh" build test
+for preset in "${presets[@]}"; do
+    echo "test.sh: building and running the tests ($preset)" >&2
+    settings=()
+    [ "$preset" != release ] || settings=(-DBUILD_TESTING=ON)
+    "$root/scripts/build.sh" "$preset" "${settings[@]}" --
+    without=()
+    # Graphics drivers and Qt aren't built with ThreadSanitizer, which takes their agreements for races; what uses them
+    # has no threads of ours.
+    [ "$preset" != tsan ] || without=(-LE "desktop|drawing")
+    ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error -j "$(nproc)" "${without[@]}" "$@"
+done

@@ -1,0 +1,190 @@
+#include "foundation/HttpClient.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cstdlib>
+
+#include "support/LoopbackServer.h"
+#include "support/RawListener.h"
+
+namespace {
+
+std::string gzip(const std::string& text) {
+    z_stream stream{};
+    deflateInit2(&stream, 9, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    std::string packed(text.size() + 100, '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+    stream.avail_in = static_cast<uInt>(text.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
+TEST(HttpClient, SendsWhatTheRequestSays) {
+    const LoopbackServer server([](const Received& received) { return makeReply(200, received.body); });
+    HttpRequest request;
+    request.method = "POST";
+    request.headers = {{"Content-Type", "application/json"}, {"X-Other", "1"}};
+    request.body = std::string("{\"a\":\0}", 7);
+    const HttpResponse response = HttpClient::send(server.url("/path?q=a%20b&x=1"), request);
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.error, "");
+    EXPECT_EQ(response.body, request.body);
+    const Received received = server.requests().at(0);
+    EXPECT_EQ(received.method, "POST");
+    EXPECT_EQ(received.path, "/path?q=a%20b&x=1");
+    EXPECT_EQ(received.header("User-Agent"), "Mozilla/5.0 (Windows NT 10.0; Win64; x64) Velu/1.0");
+    EXPECT_EQ(received.header("Content-Type"), "application/json");
+    EXPECT_EQ(received.header("X-Other"), "1");
+    EXPECT_EQ(received.header("Accept"), "*/*");
+    EXPECT_EQ(received.header("Accept-Encoding"), "gzip, deflate");
+    EXPECT_EQ(received.header("Range"), "");
+    EXPECT_EQ(received.header("Expect"), "");
+
+    // A bare host asks for "/"; the caller's own headers take the place of the client's.
+    HttpRequest own;
+    own.headers = {{"aCCept", "text/html"}, {"accept-ENCODING", "identity"}};
+    HttpClient::send(server.url(), own);
+    const Received second = server.requests().at(1);
+    EXPECT_EQ(second.method, "GET");
+    EXPECT_EQ(second.path, "/");
+    EXPECT_EQ(second.header("Accept"), "text/html");
+    EXPECT_EQ(second.header("Accept-Encoding"), "identity");
+    EXPECT_EQ(second.header("Content-Type"), "");
+}
+
+TEST(HttpClient, RefusesUrlsThatItCannotSplit) {
+    const std::string longHost(256, 'h');
+    const std::string longPart(4096, 'p');
+    const std::string cases[] = {"",
+                                 "127.0.0.1/path",
+                                 "/path",
+                                 "http://",
+                                 "http://host:port/",
+                                 "ftp://127.0.0.1/",
+                                 "file:///etc/passwd",
+                                 "http://" + longHost + "/",
+                                 "http://127.0.0.1/" + longPart,
+                                 "http://127.0.0.1/?" + longPart};
+    for (const std::string& url : cases) {
+        const HttpResponse response = HttpClient::send(url, {});
+        EXPECT_EQ(response.error, "bad url") << url;
+        EXPECT_EQ(response.status, 0);
+    }
+}
+
+TEST(HttpClient, AnErrorStatusIsDeliveredLikeAnyOther) {
+    const LoopbackServer server({makeReply(404, "not here"), makeReply(500, "broken")});
+    const HttpResponse first = HttpClient::send(server.url("/"), {});
+    EXPECT_EQ(first.status, 404);
+    EXPECT_EQ(first.body, "not here");
+    EXPECT_EQ(first.error, "");
+
+    std::string streamed;
+    HttpRequest request;
+    request.onData = [&](const char* bytes, size_t count) {
+        streamed.append(bytes, count);
+        return true;
+    };
+    const HttpResponse second = HttpClient::send(server.url("/"), request);
+    EXPECT_EQ(second.status, 500);
+    EXPECT_EQ(second.body, "");
+    EXPECT_EQ(streamed, "broken");
+}
+
+TEST(HttpClient, FollowsRedirectsToTheFinalResponse) {
+    const LoopbackServer server([](const Received& received) {
+        if (received.path == "/end") return makeReply(200, "the end");
+        Reply reply = makeReply(302, "look elsewhere");
+        reply.headers = {{"Location", received.path == "/loop" ? "/loop" : "/end"}};
+        return reply;
+    });
+    std::vector<int32_t> statuses;
+    HttpRequest request;
+    request.onHead = [&](const HttpResponseHead& head) {
+        statuses.push_back(head.status);
+        return true;
+    };
+    const HttpResponse response = HttpClient::send(server.url("/start"), request);
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.body, "the end");
+    EXPECT_EQ(statuses, std::vector<int32_t>{200});
+    EXPECT_EQ(HttpClient::send(server.url("/loop"), {}).error, "request failed (47)");
+}
+
+TEST(HttpClient, UnpacksTheBodyUnlessTheCallerAsksForItsEncoding) {
+    const std::string text(100000, 'z');
+    const std::string packed = gzip(text);
+    Reply reply = makeReply(200, packed);
+    reply.headers.emplace_back("Content-Encoding", "gzip");
+    const LoopbackServer server({reply, reply});
+    EXPECT_EQ(HttpClient::send(server.url("/"), {}).body, text);
+    HttpRequest own;
+    own.headers = {{"Accept-Encoding", "gzip"}};
+    EXPECT_EQ(HttpClient::send(server.url("/"), own).body, packed);
+}
+
+TEST(HttpClient, CountsProgressFromTheStartOfTheWholeResource) {
+    struct Case {
+        int32_t status;
+        Framing framing;
+        uint64_t rangeStart;
+        uint64_t firstDone;
+        uint64_t lastDone;
+        uint64_t total;
+    };
+    const Case cases[] = {
+        {200, Framing::length, 0, 10, 500, 500},    {206, Framing::length, 1000, 1010, 1500, 1500},
+        {200, Framing::length, 1000, 10, 500, 500}, {200, Framing::chunked, 0, 10, 500, 0},
+        {200, Framing::untilClose, 0, 10, 500, 0},
+    };
+    for (const Case& item : cases) {
+        Reply reply = makeReply(item.status, "");
+        // A pause keeps the two pieces apart.
+        reply.chunks = {{std::string(10, 'a')}, {std::string(490, 'b'), 100}};
+        reply.framing = item.framing;
+        const LoopbackServer server({reply});
+        std::vector<std::pair<uint64_t, uint64_t>> calls;
+        HttpRequest request;
+        request.rangeStart = item.rangeStart;
+        request.onProgress = [&](uint64_t done, uint64_t total) { calls.emplace_back(done, total); };
+        const HttpResponse response = HttpClient::send(server.url("/"), request);
+        EXPECT_EQ(response.body.size(), 500u);
+        ASSERT_GE(calls.size(), 2u);
+        EXPECT_EQ(calls.front(), std::pair(item.firstDone, item.total));
+        EXPECT_EQ(calls.back(), std::pair(item.lastDone, item.total));
+        const std::string range = server.requests().at(0).header("Range");
+        EXPECT_EQ(range, item.rangeStart == 0 ? "" : "bytes=1000-");
+    }
+}
+
+TEST(HttpClient, TheCapEndsTheCollectingButNotTheReading) {
+    const std::string whole(300000, 'x');
+    const LoopbackServer server({makeReply(200, whole)});
+    HttpRequest request;
+    request.maxBodyBytes = 100000;
+    uint64_t lastDone = 0;
+    request.onProgress = [&](uint64_t done, uint64_t) { lastDone = done; };
+    const HttpResponse response = HttpClient::send(server.url("/"), request);
+    EXPECT_EQ(response.error, "");
+    EXPECT_GE(response.body.size(), 100000u);
+    EXPECT_LE(response.body.size(), 100000u + 65535u);
+    EXPECT_EQ(lastDone, 300000u);
+}
+
+TEST(HttpClient, LoopbackNeverGoesThroughAProxyAndOthersDo) {
+    RawConnection proxied;
+    proxied.pieces = {{"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nproxy"}};
+    const RawListener proxy({proxied});
+    setenv("http_proxy", proxy.url().c_str(), 1);
+    const LoopbackServer server({makeReply(200, "direct")});
+    EXPECT_EQ(HttpClient::send(server.url("/"), {}).body, "direct");
+    EXPECT_EQ(proxy.connectionCount, 0);
+    EXPECT_EQ(HttpClient::send("http://velu.invalid/", {}).body, "proxy");
+}
+
+}  // namespace

@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <thread>
+
+#include "foundation/HttpClient.h"
+#include "foundation/Ticks.h"
+#include "support/EngineFolder.h"
+#include "support/LoopbackServer.h"
+#include "support/RawListener.h"
+
+namespace {
+
+using Piece = RawConnection::Piece;
+
+TEST(HttpFailure, IsToldByWhereTheExchangeBroke) {
+    struct Case {
+        const char* what;
+        std::vector<Piece> pieces;
+        RawConnection::End end;
+        int32_t status;
+        const char* error;
+        const char* body;
+    };
+    const std::string head = "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n";
+    const Case cases[] = {
+        {"closed without an answer", {}, RawConnection::End::close, 0, "request failed (52)", ""},
+        {"reset without an answer", {}, RawConnection::End::reset, 0, "request failed (56)", ""},
+        {"silence", {}, RawConnection::End::keepOpen, 0, "request failed (28)", ""},
+        {"not HTTP", {{"hello\r\n\r\n"}}, RawConnection::End::close, 0, "request failed (1)", ""},
+        {"closed behind the headers", {{head}}, RawConnection::End::close, 200, "read failed", ""},
+        {"silence behind the headers", {{head}}, RawConnection::End::keepOpen, 200, "read failed", ""},
+        {"closed in the body", {{head + "half"}}, RawConnection::End::close, 200, "", "half"},
+        {"silence in the body", {{head + "half"}}, RawConnection::End::keepOpen, 200, "", "half"},
+        {"reset in the body", {{head + "half"}, {"", 200}}, RawConnection::End::reset, 200, "", "half"},
+    };
+    for (const Case& item : cases) {
+        RawConnection connection;
+        connection.pieces = item.pieces;
+        connection.end = item.end;
+        const RawListener listener({connection});
+        HttpRequest request;
+        request.receiveTimeoutMs = 500;
+        const HttpResponse response = HttpClient::send(listener.url("/"), request);
+        EXPECT_EQ(response.status, item.status) << item.what;
+        EXPECT_EQ(response.error, item.error) << item.what;
+        EXPECT_EQ(response.body, item.body) << item.what;
+    }
+    const HttpResponse refused = HttpClient::send("http://127.0.0.1:" + std::to_string(freePort()) + "/", {});
+    EXPECT_EQ(refused.error, "request failed (7)");
+}
+
+TEST(HttpFailure, ABrokenResumeHasBytesAlreadyAndIsNoError) {
+    RawConnection connection;
+    connection.pieces = {{"HTTP/1.1 206 Partial Content\r\nContent-Length: 100\r\n\r\n"}};
+    const RawListener listener({connection});
+    HttpRequest request;
+    request.rangeStart = 1000;
+    const HttpResponse response = HttpClient::send(listener.url("/"), request);
+    EXPECT_EQ(response.status, 206);
+    EXPECT_EQ(response.error, "");
+}
+
+TEST(HttpFailure, TheReceiveTimeoutIsForEachWait) {
+    Reply reply = makeReply(200, "");
+    for (int i = 0; i < 6; ++i)
+        reply.chunks.push_back({"x", 300});
+    const LoopbackServer server({reply});
+    HttpRequest request;
+    request.receiveTimeoutMs = 1500;  // less than the six pauses together
+    const HttpResponse response = HttpClient::send(server.url("/"), request);
+    EXPECT_EQ(response.error, "");
+    EXPECT_EQ(response.body, "xxxxxx");
+}
+
+TEST(HttpFailure, EachTimeoutHoldsForItsOwnWait) {
+    // A model thinks for longer than a connection may take.
+    Reply slow = makeReply(200, "thought");
+    slow.delayHeadersMs = 700;
+    const LoopbackServer server({slow, makeReply(200, "12"), makeReply(200, "")});
+    HttpRequest post;
+    post.method = "POST";
+    post.body = std::string(100000, 'x');
+    post.connectTimeoutMs = 300;
+    EXPECT_EQ(HttpClient::send(server.url("/"), post).body, "thought");
+
+    // What a callback takes is no wait on the server.
+    HttpRequest reading;
+    reading.receiveTimeoutMs = 300;
+    reading.onProgress = [](uint64_t, uint64_t) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    };
+    RawConnection twoPieces;
+    twoPieces.pieces = {{"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhello"}, {"world", 600}};
+    const RawListener listener({twoPieces});
+    EXPECT_EQ(HttpClient::send(listener.url("/"), reading).body, "helloworld");
+}
+
+TEST(HttpFailure, ARedirectThatNamesNoTargetIsAResponse) {
+    Reply reply = makeReply(302, "nowhere");
+    reply.headers = {{"Location", ""}};
+    const LoopbackServer server({reply});
+    const HttpResponse response = HttpClient::send(server.url("/"), {});
+    EXPECT_EQ(response.status, 302);
+    EXPECT_EQ(response.body, "nowhere");
+}
+
+TEST(HttpFailure, ACallbackThatRefusesEndsTheCall) {
+    const LoopbackServer server([](const Received&) { return makeReply(200, std::string(200000, 'x')); });
+    size_t seen = 0;
+    HttpRequest byData;
+    byData.onData = [&](const char*, size_t count) {
+        seen += count;
+        return false;
+    };
+    EXPECT_EQ(HttpClient::send(server.url("/"), byData).error, "aborted");
+    EXPECT_GT(seen, 0u);
+    EXPECT_LT(seen, 200000u);
+
+    HttpRequest byHead;
+    byHead.onHead = [](const HttpResponseHead&) { return false; };
+    const HttpResponse refused = HttpClient::send(server.url("/"), byHead);
+    EXPECT_EQ(refused.error, "aborted");
+    EXPECT_EQ(refused.body, "");
+
+    HttpRequest byThrow;
+    byThrow.onData = [](const char*, size_t) -> bool { throw std::runtime_error("no more"); };
+    EXPECT_THROW(HttpClient::send(server.url("/"), byThrow), std::runtime_error);
+}
+
+TEST(HttpFailure, AFlagThatWasSetBeforeIsSeenBehindTheHeaders) {
+    const LoopbackServer server({makeReply(200, "body"), makeReply(204, "")});
+    const std::atomic<bool> cancel = true;
+    HttpRequest request;
+    request.cancel = &cancel;
+    for (const int32_t status : {200, 204}) {
+        const HttpResponse response = HttpClient::send(server.url("/"), request);
+        EXPECT_EQ(response.error, "cancelled");
+        EXPECT_EQ(response.status, status);
+        EXPECT_EQ(response.body, "");
+    }
+    EXPECT_EQ(server.requests().size(), 2u);
+}
+
+/// Milliseconds from the moment in which the flag is set to the end of the call.
+uint64_t cancelDelay(const std::string& url, int32_t status) {
+    std::atomic<bool> cancel = false;
+    HttpRequest request;
+    request.cancel = &cancel;
+    uint64_t setAt = 0;
+    std::thread canceller([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        setAt = tickCount();
+        cancel = true;
+    });
+    const HttpResponse response = HttpClient::send(url, request);
+    const uint64_t endedAt = tickCount();
+    canceller.join();
+    EXPECT_EQ(response.error, "cancelled") << url;
+    EXPECT_EQ(response.status, status);
+    return endedAt - setAt;
+}
+
+TEST(HttpFailure, ACancelEndsEveryWaitWithin100Ms) {
+    const RawListener silent;  // connected, but never an answer
+    RawConnection stalled;
+    stalled.pieces = {{"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf"}};
+    stalled.end = RawConnection::End::keepOpen;
+    const RawListener midBody({stalled});
+    const std::pair<std::string, int32_t> cases[] = {{silent.url("/"), 0}, {midBody.url("/"), 200}};
+    for (const auto& [url, status] : cases) {
+        // The best of three, for a machine that is busy with something else.
+        uint64_t best = UINT64_MAX;
+        for (int i = 0; i < 3; ++i)
+            best = std::min(best, cancelDelay(url, status));
+        EXPECT_LE(best, 100u) << url;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,201 @@
+#include "support/LoopbackServer.h"
+
+#include <httplib.h>
+#include <strings.h>
+#include <sys/socket.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+// A gate has no bell: whoever waits for one looks at it this often.
+constexpr milliseconds gatePoll(2);
+
+Received receivedFrom(const httplib::Request& request) {
+    Received received{request.method, request.target, {}, request.body};
+    for (const auto& [name, value] : request.headers) {
+        // The library's own, about the connection.
+        bool isMadeUp =
+            name == "REMOTE_ADDR" || name == "REMOTE_PORT" || name == "LOCAL_ADDR" || name == "LOCAL_PORT";
+        if (!isMadeUp) received.headers.emplace_back(name, value);
+    }
+    return received;
+}
+
+std::string chunkOf(const std::string& bytes) {
+    char size[32];
+    snprintf(size, sizeof size, "%zx\r\n", bytes.size());
+    return size + bytes + "\r\n";
+}
+
+}  // namespace
+
+struct LoopbackServer::State {
+    httplib::Server server;
+    std::thread thread;
+    Handler handler;  ///< constant after construction
+
+    mutable std::mutex mutex;
+    mutable std::condition_variable changed;
+    std::vector<Received> requests;  ///< guarded by `mutex`
+    bool isStopping = false;         ///< guarded by `mutex`
+
+    /// False when the server is stopping.
+    bool wait(int32_t pauseMs, const Gate* gate) {
+        std::unique_lock lock(mutex);
+        auto due = steady_clock::now() + milliseconds(pauseMs);
+        while (!isStopping) {
+            bool isHeld = gate != nullptr && !gate->isOpen();
+            if (!isHeld && steady_clock::now() >= due) return true;
+            changed.wait_until(lock, isHeld ? steady_clock::now() + gatePoll : due);
+        }
+        return false;
+    }
+
+    /// Writes the body. The library closes the connection when this returns false.
+    bool send(const Reply& reply, httplib::DataSink& sink) {
+        uint64_t sent = 0;
+        for (const Chunk& chunk : reply.chunks) {
+            if (!wait(chunk.pauseMs, chunk.hold.get())) return false;
+            std::string bytes = reply.framing == Framing::chunked ? chunkOf(chunk.bytes) : chunk.bytes;
+            // An empty transfer chunk would end the body.
+            if (!chunk.bytes.empty() && !sink.write(bytes.data(), bytes.size())) return false;
+            sent += chunk.bytes.size();
+        }
+        if (reply.cut || reply.framing == Framing::untilClose) return false;
+        if (reply.framing == Framing::length && reply.declaredLength.value_or(sent) != sent) return false;
+        if (reply.framing == Framing::chunked && !sink.write("0\r\n\r\n", 5)) return false;
+        sink.done();
+        return true;
+    }
+
+    void answer(const httplib::Request& request, httplib::Response& response) {
+        Received received = receivedFrom(request);
+        {
+            std::lock_guard lock(mutex);
+            requests.push_back(received);
+            changed.notify_all();
+        }
+        Reply reply = handler(received);
+        wait(reply.delayHeadersMs, reply.holdHeaders.get());
+
+        response.status = reply.status;
+        // Always as a body of unknown length, with the framing written here: the library would otherwise cut
+        // ranges, compress and correct lengths by itself.
+        uint64_t length = 0;
+        for (const Chunk& chunk : reply.chunks)
+            length += chunk.bytes.size();
+        Framing framing = reply.framing;
+        std::optional<uint64_t> declared = reply.declaredLength;
+        Headers headers = reply.headers;
+        response.set_content_provider(
+            "text/plain",
+            [this, reply = std::move(reply)](size_t, httplib::DataSink& sink) { return send(reply, sink); });
+        response.headers.clear();
+        for (const auto& [name, value] : headers)
+            response.headers.emplace(name, value);
+        if (framing == Framing::length)
+            response.headers.emplace("Content-Length", std::to_string(declared.value_or(length)));
+        if (framing == Framing::chunked) response.headers.emplace("Transfer-Encoding", "chunked");
+    }
+};
+
+std::string Received::header(const std::string& name) const {
+    for (const auto& [key, value] : headers) {
+        if (strcasecmp(key.c_str(), name.c_str()) == 0) return value;
+    }
+    return "";
+}
+
+Reply makeReply(int32_t status, std::string body, const std::string& contentType) {
+    Reply reply;
+    reply.status = status;
+    reply.headers = {{"Content-Type", contentType}};
+    reply.chunks = {{std::move(body)}};
+    return reply;
+}
+
+Reply rangeReply(const std::string& whole, const Received& request) {
+    std::string range = request.header("Range");
+    unsigned long long first = 0;
+    unsigned long long last = 0;
+    int parts = sscanf(range.c_str(), "bytes=%llu-%llu", &first, &last);
+    if (parts < 1) return makeReply(200, whole, "application/octet-stream");
+    std::string size = std::to_string(whole.size());
+    if (first >= whole.size()) {
+        Reply reply = makeReply(416, "");
+        reply.headers.emplace_back("Content-Range", "bytes */" + size);
+        return reply;
+    }
+    if (parts < 2 || last >= whole.size()) last = whole.size() - 1;
+    Reply reply = makeReply(206, whole.substr(first, last - first + 1), "application/octet-stream");
+    reply.headers.emplace_back("Content-Range",
+                               "bytes " + std::to_string(first) + "-" + std::to_string(last) + "/" + size);
+    return reply;
+}
+
+LoopbackServer::LoopbackServer(Handler handler) : state(std::make_unique<State>()) {
+    state->handler = std::move(handler);
+    httplib::Server& server = state->server;
+    auto answer = [this](const httplib::Request& request, httplib::Response& response) {
+        state->answer(request, response);
+    };
+    server.Get(".*", answer).Post(".*", answer).Put(".*", answer).Delete(".*", answer);
+    server.set_tcp_nodelay(true);
+    server.set_keep_alive_max_count(1000);
+    // An idle connection that its client keeps is what a stop waits for.
+    server.set_keep_alive_timeout(1);
+    // The library's own options would let two servers share a port. Its queue for connections is short: a
+    // client that finds it full tries again only after a second.
+    int listener = -1;
+    server.set_socket_options([&listener](socket_t socket) { listener = socket; });
+    port = server.bind_to_any_port("127.0.0.1");
+    if (port <= 0 || listen(listener, 128) != 0) {
+        perror("a port on the loopback interface");
+        abort();
+    }
+    state->thread = std::thread([this] { state->server.listen_after_bind(); });
+    // Before that, a stop would be lost.
+    while (!server.is_running())
+        std::this_thread::yield();
+}
+
+LoopbackServer::LoopbackServer(std::vector<Reply> replies)
+    : LoopbackServer(
+          [replies = std::move(replies), next = std::make_shared<std::atomic<size_t>>(0)](const Received&) {
+              size_t index = (*next)++;
+              return index < replies.size() ? replies[index] : makeReply(500, "");
+          }) {}
+
+LoopbackServer::~LoopbackServer() {
+    {
+        std::lock_guard lock(state->mutex);
+        state->isStopping = true;
+        state->changed.notify_all();
+    }
+    state->server.stop();
+    state->thread.join();
+}
+
+std::string LoopbackServer::url(const std::string& path) const {
+    return "http://127.0.0.1:" + std::to_string(port) + path;
+}
+
+std::vector<Received> LoopbackServer::requests() const {
+    std::lock_guard lock(state->mutex);
+    return state->requests;
+}
+
+bool LoopbackServer::waitForRequests(size_t count, int32_t timeoutMs) const {
+    std::unique_lock lock(state->mutex);
+    return state->changed.wait_for(lock, milliseconds(timeoutMs),
+                                   [&] { return state->requests.size() >= count; });
+}
