@@ -10,6 +10,8 @@ if [ "${1-}" = --sanitize ]; then
     shift
 fi
 # Not strict_string_checks: libxkbcommon, which Qt brings along, hands strndup what has no end.
+# gcc 12's runtime guesses the size of thread-local blocks from what lies before them, and now and then dies of it.
+export ASAN_OPTIONS=${ASAN_OPTIONS:-intercept_tls_get_addr=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1:suppressions=$root/cmake/tsan-suppressions.txt}
 

@@ -14,7 +14,8 @@ namespace {
 void shieldFromUser(const std::string& folder) {
     for (const auto& [variable, name] :
          {std::pair{"VELU_HOME", "data"}, std::pair{"XDG_RUNTIME_DIR", "runtime"},
-          std::pair{"XDG_DATA_HOME", "share"}}) {
+          std::pair{"XDG_DATA_HOME", "share"}, std::pair{"XDG_CONFIG_HOME", "config"},
+          std::pair{"XDG_CACHE_HOME", "cache"}}) {
         std::filesystem::path path = std::filesystem::path(folder) / name;
         std::filesystem::create_directory(path);
         std::filesystem::permissions(path, std::filesystem::perms::owner_all);

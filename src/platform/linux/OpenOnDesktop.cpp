@@ -40,7 +40,7 @@ std::string findProgram(const char* name) {
         resetSignals();
         execv(program, arguments);
     }
-    _exit(0);
+    exitFork(0);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -79,7 +80,7 @@ pid_t forkAndExec(const Launch& launch) {
         becomeProgram(launch, parent);
         const char failed = 1;
         [[maybe_unused]] const ssize_t told = write(writing.number, &failed, sizeof failed);
-        _exit(127);
+        exitFork(127);
     }
     writing.close();
     char failed = 0;
@@ -141,6 +142,11 @@ Spawner& theSpawner() {
 }
 
 }  // namespace
+
+void exitFork(int code) {
+    syscall(SYS_exit_group, code);
+    __builtin_unreachable();
+}
 
 void resetSignals() {
     struct sigaction byDefault = {};
