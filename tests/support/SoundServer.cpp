@@ -1,0 +1,76 @@
+#include "support/SoundServer.h"
+
+#include <stdlib.h>
+
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "support/Soon.h"
+
+namespace {
+
+constexpr const char* recordingFile = "/recording";
+constexpr size_t stretch = 220;  // samples in 10 ms, closely enough
+
+}  // namespace
+
+SoundServer::SoundServer() {
+    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread runs, as the header demands.
+    for (const char* variable : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH"})
+        setenv(variable, folder.path.c_str(), 1);
+    setenv("PULSE_SERVER", ("unix:" + folder.path + "/native").c_str(), 1);
+    setenv("PULSE_COOKIE", (folder.path + "/cookie").c_str(), 1);
+    // NOLINTEND(concurrency-mt-unsafe)
+    start();
+}
+
+void SoundServer::start() {
+    const std::string log = folder.path + "/server.log";
+    const auto load = [](const std::string& module) { return "--load=" + module; };
+    server = std::make_unique<TestProgram>(
+        std::vector<std::string>{
+            "pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
+            "--disable-shm=yes", "--realtime=no", "--high-priority=no",
+            load("module-native-protocol-unix auth-anonymous=1 socket=" + folder.path + "/native"),
+            load("module-null-sink sink_name=speaker norewinds=1 rate=22050 channels=1"),
+            load("module-null-sink sink_name=room norewinds=1"),
+            load("module-remap-source source_name=microphone master=room.monitor")},
+        log);
+    const auto isUp = [this] {
+        return TestProgram({"pactl", "set-default-sink", "speaker"}, folder.path + "/pactl.log").wait() == 0;
+    };
+    if (soon([&] { return server->result() || isUp(); }) && !server->result()) return;
+    std::ifstream reason(log);
+    throw std::runtime_error("no sound server: " + std::string(std::istreambuf_iterator<char>(reason), {}));
+}
+
+void SoundServer::stop() {
+    server->signal(SIGKILL);
+    server->wait();
+    std::filesystem::remove(folder.path + "/native");
+}
+
+void SoundServer::record() {
+    recorder = std::make_unique<TestProgram>(
+        std::vector<std::string>{"parec", "--device=speaker.monitor", "--raw", "--format=s16ne",
+                                 "--rate=22050", "--channels=1", "--latency-msec=20"},
+        folder.path + recordingFile);
+    if (!soon([this] { return !loudness().empty(); })) throw std::runtime_error("nothing is recorded");
+}
+
+std::vector<double> SoundServer::loudness() const {
+    std::ifstream file(folder.path + recordingFile, std::ios::binary);
+    std::vector<double> loudness;
+    int16_t samples[stretch];
+    while (file.read(reinterpret_cast<char*>(samples), sizeof samples)) {
+        double sum = 0;
+        for (const int16_t sample : samples)
+            sum += std::pow(sample / 32768.0, 2);
+        loudness.push_back(std::sqrt(sum / stretch));
+    }
+    return loudness;
+}
