@@ -12,7 +12,8 @@ for set in "$@"; do
                           nlohmann-json3-dev libvulkan-dev libcpp-httplib-dev libglm-dev libtinygltf-dev
                           libstb-dev libepoxy-dev libegl-dev libgl1-mesa-dri qt6-base-dev libxcb1-dev
                           libxcb-shape0-dev libespeak-ng-dev espeak-ng-data libpulse-dev) ;;
-        test) packages+=(libgtest-dev zlib1g-dev xvfb openbox picom xdotool python3 pulseaudio pulseaudio-utils) ;;
+        test) packages+=(libgtest-dev zlib1g-dev xvfb openbox picom xdotool trayer pulseaudio pulseaudio-utils
+                         python3) ;;
         bench) packages+=(curl lynx w3m) ;;
         lint) packages+=(clang-format clang-tidy git) ;;
         fuzz) packages+=(clang libclang-rt-14-dev) ;;

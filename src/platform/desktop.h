@@ -56,7 +56,8 @@ enum class PointerAction { press, move, release, doubleClick };
 /// What a head window reports, from within `Desktop::processEvents`.
 struct HeadWindowEvents {
     std::function<void(PointerAction, Point cursor)> pointer;
-    std::function<void()> closed;  ///< the user or the window manager wants it gone
+    std::function<void()> closed;                     ///< the user or the window manager wants it gone
+    std::function<void(Point cursor)> menuRequested;  ///< the right button went up on it; may be empty
 };
 
 /// The head's window: no frame, no background, no entry in task bars, never takes the keyboard focus. It is
@@ -80,6 +81,9 @@ public:
     void place(const Rect& rect, bool onTop);
 
     void moveTo(Point topLeft);
+
+    /// Takes it off the screen.
+    void hide();
 
     /// Only these pixels, given as rectangles from the window's top left corner, take clicks; all others go
     /// to what lies behind.

@@ -51,6 +51,10 @@ std::tm localTime(std::time_t time);
 /// outlives this program. Nothing happens when there is no such program.
 void openOnDesktop(const std::string& target);
 
+/// Has the desktop start this program, without arguments, when the user logs on, or no longer. A failure is
+/// not reported.
+void setRunAtStartup(bool enabled);
+
 /// One graphics adapter.
 struct GraphicsAdapter {
     std::string name;

@@ -10,7 +10,9 @@ struct PlatformTexts {
     const char* cpuEngineAsset;  ///< the same for the processor
     const char* deviceFailed;    ///< log line: no way to draw; before the system's number for the reason
     const char* surfaceFailed;  ///< log line: nothing to draw into; before the system's number for the reason
-    const char* rendererFailed;  ///< message box: the head can't be drawn
+    const char* rendererFailed;     ///< message box: the head can't be drawn
+    const char* startAtLogon;       ///< settings window: the check box for starting with the user's logon
+    const char* defaultMicrophone;  ///< settings window: the microphone that the system chooses
 };
 
 extern const PlatformTexts platformTexts;

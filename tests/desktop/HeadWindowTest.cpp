@@ -16,7 +16,7 @@ TEST(HeadWindow, AScreenReaderFindsItByName) {
     const auto desktop = Desktop::connect(problem);
     ASSERT_NE(desktop, nullptr) << problem;
     const auto window =
-        HeadWindow::create(*desktop, "Velu", 204, 240, {[](PointerAction, Point) {}, [] {}}, problem);
+        HeadWindow::create(*desktop, "Velu", 204, 240, {[](PointerAction, Point) {}, [] {}, {}}, problem);
     ASSERT_NE(window, nullptr) << problem;
     window->place({100, 50, 304, 290}, true);
     desktop->processEvents();

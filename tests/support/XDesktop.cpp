@@ -104,6 +104,15 @@ void XDesktop::stopCompositor() {
     programs.pop_back();
 }
 
+void XDesktop::startTray() {
+    startProgram({"trayer", "--edge", "top", "--align", "right", "--height", "32"});
+    waitFor("trayer", [this] {
+        const auto cookie = xcb_get_selection_owner(connection, atom("_NET_SYSTEM_TRAY_S0"));
+        const auto owner = own(xcb_get_selection_owner_reply(connection, cookie, nullptr));
+        return owner && owner->owner != XCB_WINDOW_NONE;
+    });
+}
+
 XDesktop::~XDesktop() {
     if (connection != nullptr) xcb_disconnect(connection);
     // The X server goes last: without it the others would end in an error.
@@ -197,7 +206,9 @@ XDesktop::Window XDesktop::openUserWindow() {
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
     xcb_map_window(connection, window);
     xcb_flush(connection);
-    if (!soon([&] { return focus() == window && activeWindow() == window; })) {
+    const bool isManaged = !numbersOf(root, "_NET_SUPPORTING_WM_CHECK").empty();
+    if (!isManaged) act("windowfocus " + std::to_string(window));
+    if (!soon([&] { return focus() == window && (!isManaged || activeWindow() == window); })) {
         throw std::runtime_error("a new window doesn't get the focus");
     }
     return window;

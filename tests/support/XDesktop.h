@@ -57,6 +57,9 @@ public:
     void startCompositor();
     void stopCompositor();  ///< of what was started last
 
+    /// Shows a panel with a tray for icons along the upper edge.
+    void startTray();
+
     /// What is on the screen within `area`, which may stick out over its edges; black lies there.
     Picture picture(const Rect& area = {0, 0, width, height}) const;
 
@@ -88,7 +91,7 @@ public:
     /// Asks a window to close, as the cross in its frame does.
     void close(Window window) const;
 
-    /// Moves the pointer and uses its first button: words of xdotool's own, as "mousemove 10 20 click 1".
+    /// Uses the mouse and the keyboard: words of xdotool's own, as "mousemove 10 20 click 1" or "key Tab".
     void act(const std::string& words) const;
 
     TemporaryFolder folder;  ///< HOME of the desktop's programs; their logs lie there

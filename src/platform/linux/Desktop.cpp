@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/linux/FaceIcon.h"
 #include "platform/system.h"
 
 namespace {
@@ -120,7 +121,11 @@ struct Desktop::Parts {
 };
 
 Desktop::Desktop(std::unique_ptr<Parts> parts) : parts(std::move(parts)) {}
-Desktop::~Desktop() = default;
+
+Desktop::~Desktop() {
+    // Windows that went after the last events were processed.
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
 
 std::unique_ptr<Desktop> Desktop::connect(std::string& problem) {
     prepareQt();
@@ -128,6 +133,7 @@ std::unique_ptr<Desktop> Desktop::connect(std::string& problem) {
     if (!problem.empty()) return nullptr;
     auto parts = std::make_unique<Parts>();
     QApplication::setApplicationName("Velu");
+    QApplication::setWindowIcon(faceIcon());
     QApplication::setQuitOnLastWindowClosed(false);
     // What Qt's own event loop would do at its start; without it no screen reader finds the program.
     QAccessible::setRootObject(qApp);

@@ -17,11 +17,6 @@ namespace {
 
 constexpr const char* aboveState = "_NET_WM_STATE_ABOVE";
 
-xcb_connection_t* x11Connection() {
-    const auto* x11Application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11Application == nullptr ? nullptr : x11Application->connection();
-}
-
 /// Qt's side of the head window: hands on what happens to it.
 class HeadQtWindow : public QWindow {
 public:
@@ -55,8 +50,11 @@ private:
     static Point toPoint(QPoint place) { return {place.x(), place.y()}; }
 
     void report(PointerAction action, const QMouseEvent* event) const {
+        const Point cursor = toPoint(event->globalPosition().toPoint());
         if (event->button() == Qt::LeftButton) {
-            events.pointer(action, toPoint(event->globalPosition().toPoint()));
+            events.pointer(action, cursor);
+        } else if (event->button() == Qt::RightButton && action == PointerAction::release) {
+            if (events.menuRequested) events.menuRequested(cursor);
         }
     }
 };
@@ -109,7 +107,7 @@ struct HeadWindow::Parts {
     HeadQtWindow window;
     QOpenGLContext context;
     QTimer compositorWatch;
-    xcb_connection_t* connection = x11Connection();
+    xcb_connection_t* connection = x11::connection();
     bool hasCompositor = true;
     std::vector<Rect> clickable;
     std::vector<Rect> outline;
@@ -227,7 +225,9 @@ void HeadWindow::place(const Rect& rect, bool onTop) {
     window.setMaximumSize({rect.width(), rect.height()});
     window.setGeometry(rect.left, rect.top, rect.width(), rect.height());
     if (window.isVisible()) {
+        if ((window.windowStates() & Qt::WindowMinimized) != 0) window.showNormal();
         setOnTop(onTop);
+        window.raise();
         return;
     }
     // Not by Qt's flag: changing that makes a new native window, without what was set on this one.
@@ -241,6 +241,10 @@ void HeadWindow::moveTo(Point topLeft) {
     const Rect size = parts->known;
     parts->know({topLeft.x, topLeft.y, topLeft.x + size.width(), topLeft.y + size.height()});
     parts->window.setPosition(topLeft.x, topLeft.y);
+}
+
+void HeadWindow::hide() {
+    parts->window.hide();
 }
 
 void HeadWindow::setClickable(const std::vector<Rect>& rows) {

@@ -1,6 +1,5 @@
 #include "platform/system.h"
 
-#include <pwd.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -15,36 +14,14 @@
 #include <fstream>
 #include <set>
 
+#include "platform/linux/UserFolders.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
 std::atomic<bool> wantsToEnd = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "set by a signal handler");
-
-/// What the user database says; needed where a program is started with an empty environment.
-std::string homeFromUserDatabase() {
-    std::string buffer(16384, '\0');
-    passwd entry = {};
-    passwd* found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-        return {};
-    }
-    return found->pw_dir;
-}
-
-/// The variable's value when it is an absolute path, else empty.
-std::string absolutePathFrom(const char* variable) {
-    const char* value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): nothing sets it while we run
-    return value != nullptr && *value == '/' ? value : "";
-}
-
-void createPrivateFolders(const std::string& path) {
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        createPrivateFolder(path.substr(0, slash));
-    }
-    createPrivateFolder(path);
-}
 
 /// Writes without the signal that a closed pipe would end the program with.
 void writeToStandardError(const char* text, size_t size) {
@@ -77,16 +54,9 @@ void writeToStandardError(const char* text, size_t size) {
 }  // namespace
 
 std::string localDataFolder() {
-    std::string path = absolutePathFrom("XDG_DATA_HOME");
+    std::string path = userFolder("XDG_DATA_HOME", "/.local/share");
     if (path.empty()) {
-        std::string home = absolutePathFrom("HOME");
-        if (home.empty()) {
-            home = homeFromUserDatabase();
-        }
-        if (home.empty()) {
-            return {};
-        }
-        path = home + "/.local/share";
+        return {};
     }
     createPrivateFolders(path);
     return path;

@@ -17,4 +17,6 @@ const PlatformTexts platformTexts = {
     "D3D11CreateDevice failed ",
     "CreateSwapChainForComposition failed ",
     "Velu couldn't start her 3D renderer (see velu.log in %LOCALAPPDATA%\\Velu).",
+    "Start Velu when Windows starts",
+    "Windows default",
 };

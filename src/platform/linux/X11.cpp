@@ -2,6 +2,7 @@
 
 #include <xcb/shape.h>
 
+#include <QGuiApplication>
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -32,19 +33,49 @@ int screenNumber(xcb_connection_t* connection, xcb_window_t root) {
     return 0;
 }
 
-std::vector<xcb_atom_t> states(xcb_connection_t* connection, xcb_window_t window) {
+/// The numbers in a property, none when the window lacks it.
+std::vector<uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window,
+                              const std::string& property) {
     constexpr uint32_t most = 64;
-    const auto cookie = xcb_get_property(connection, 0, window, x11::atom(connection, "_NET_WM_STATE"),
-                                         XCB_ATOM_ATOM, 0, most);
+    const auto cookie = xcb_get_property(connection, 0, window, x11::atom(connection, property),
+                                         XCB_GET_PROPERTY_TYPE_ANY, 0, most);
     const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32) return {};
-    const auto* atoms = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
-    return {atoms, atoms + xcb_get_property_value_length(reply.get()) / sizeof(xcb_atom_t)};
+    const auto* first = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + xcb_get_property_value_length(reply.get()) / sizeof(uint32_t)};
+}
+
+/// Sends a request for a window to the window manager.
+void ask(xcb_connection_t* connection, xcb_window_t window, const std::string& type,
+         const std::vector<uint32_t>& data) {
+    xcb_client_message_event_t event = {};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = x11::atom(connection, type);
+    std::copy(data.begin(), data.end(), event.data.data32);
+    xcb_send_event(connection, 0, rootOf(connection, window),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&event));
+    xcb_flush(connection);
+}
+
+/// Whether a window manager looks after this screen. One that ended without a word leaves its mark on the
+/// root, but not the window that the mark names.
+bool isManaged(xcb_connection_t* connection, xcb_window_t root) {
+    const std::string mark = "_NET_SUPPORTING_WM_CHECK";
+    const std::vector<uint32_t> named = numbers(connection, root, mark);
+    return !named.empty() && numbers(connection, named[0], mark) == named;
 }
 
 }  // namespace
 
 namespace x11 {
+
+xcb_connection_t* connection() {
+    const auto* x11Application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11Application == nullptr ? nullptr : x11Application->connection();
+}
 
 xcb_atom_t atom(xcb_connection_t* connection, const std::string& name) {
     const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
@@ -65,24 +96,13 @@ void setInitialState(xcb_connection_t* connection, xcb_window_t window,
 
 void requestState(xcb_connection_t* connection, xcb_window_t window, const std::string& state, bool add) {
     if (connection == nullptr) return;
-    xcb_client_message_event_t event = {};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = 32;
-    event.window = window;
-    event.type = atom(connection, "_NET_WM_STATE");
     constexpr uint32_t fromApplication = 1;
-    event.data.data32[0] = add ? 1 : 0;
-    event.data.data32[1] = atom(connection, state);
-    event.data.data32[3] = fromApplication;
-    xcb_send_event(connection, 0, rootOf(connection, window),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                   reinterpret_cast<const char*>(&event));
-    xcb_flush(connection);
+    ask(connection, window, "_NET_WM_STATE", {add ? 1U : 0U, atom(connection, state), 0, fromApplication});
 }
 
 bool hasState(xcb_connection_t* connection, xcb_window_t window, const std::string& state) {
     if (connection == nullptr) return false;
-    const std::vector<xcb_atom_t> atoms = states(connection, window);
+    const std::vector<xcb_atom_t> atoms = numbers(connection, window, "_NET_WM_STATE");
     return std::find(atoms.begin(), atoms.end(), atom(connection, state)) != atoms.end();
 }
 
@@ -142,6 +162,42 @@ bool hasCompositor(xcb_connection_t* connection, xcb_window_t window) {
     const Reply<xcb_get_selection_owner_reply_t> reply(
         xcb_get_selection_owner_reply(connection, cookie, nullptr));
     return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+bool isShown(xcb_connection_t* connection, xcb_window_t window) {
+    if (connection == nullptr) return false;
+    const auto cookie = xcb_get_window_attributes(connection, window);
+    const Reply<xcb_get_window_attributes_reply_t> reply(
+        xcb_get_window_attributes_reply(connection, cookie, nullptr));
+    return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+xcb_window_t focus(xcb_connection_t* connection) {
+    if (connection == nullptr) return XCB_WINDOW_NONE;
+    const auto cookie = xcb_get_input_focus(connection);
+    const Reply<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(connection, cookie, nullptr));
+    return reply && reply->focus != XCB_INPUT_FOCUS_POINTER_ROOT ? reply->focus
+                                                                 : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
+}
+
+xcb_window_t activeWindow(xcb_connection_t* connection, xcb_window_t window) {
+    if (connection == nullptr) return XCB_WINDOW_NONE;
+    const xcb_window_t root = rootOf(connection, window);
+    if (!isManaged(connection, root)) return focus(connection);
+    const std::vector<uint32_t> active = numbers(connection, root, "_NET_ACTIVE_WINDOW");
+    return active.empty() ? static_cast<xcb_window_t>(XCB_WINDOW_NONE) : active[0];
+}
+
+void activate(xcb_connection_t* connection, xcb_window_t window) {
+    if (connection == nullptr) return;
+    if (isManaged(connection, rootOf(connection, window))) {
+        // As a pager: what an application asks for may be denied.
+        constexpr uint32_t fromPager = 2;
+        ask(connection, window, "_NET_ACTIVE_WINDOW", {fromPager, XCB_CURRENT_TIME});
+        return;
+    }
+    xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+    xcb_flush(connection);
 }
 
 }  // namespace x11

@@ -14,6 +14,9 @@
 
 namespace x11 {
 
+/// The one that Qt talks to the display with.
+xcb_connection_t* connection();
+
 xcb_atom_t atom(xcb_connection_t* connection, const std::string& name);
 
 /// Puts these atoms into the window's `_NET_WM_STATE` before it is first shown.
@@ -45,5 +48,18 @@ void clearShape(xcb_connection_t* connection, xcb_window_t window, Shape shape);
 
 /// Whether something blends the windows of this window's screen with what lies behind them.
 bool hasCompositor(xcb_connection_t* connection, xcb_window_t window);
+
+/// Whether the window exists and is on the screen, be it covered.
+bool isShown(xcb_connection_t* connection, xcb_window_t window);
+
+/// The window that gets the keys; none when nothing does.
+xcb_window_t focus(xcb_connection_t* connection);
+
+/// What the user works with on the screen of `window`: the window that the window manager calls active, or,
+/// where none manages, the one that gets the keys. May be none.
+xcb_window_t activeWindow(xcb_connection_t* connection, xcb_window_t window);
+
+/// Gives the keys to a window on the screen, by way of the window manager if there is one.
+void activate(xcb_connection_t* connection, xcb_window_t window);
 
 }  // namespace x11
