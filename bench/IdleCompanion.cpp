@@ -2,22 +2,20 @@
 // first frame on screen, its share of the processor and its memory over half a minute, and the share that is
 // left when nothing is drawn.
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <fstream>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Figures.h"
+#include "ProcessCost.h"
 #include "core/Companion.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestProgram.h"
@@ -32,30 +30,6 @@ constexpr seconds settling{5};
 constexpr seconds watched{30};
 constexpr seconds watchedWithoutDrawing{10};
 constexpr Colour backdrop{10, 120, 40};
-
-/// Seconds of the processor that a process and all its threads have used.
-double processorSeconds(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    std::istringstream fields(line.substr(line.rfind(')') + 1));
-    std::string skipped;
-    for (int field = 3; field < 14; ++field)
-        fields >> skipped;
-    double user = 0;
-    double system = 0;
-    fields >> user >> system;
-    return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
-/// Resident memory in MiB.
-double residentMemory(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/statm");
-    double all = 0;
-    double resident = 0;
-    file >> all >> resident;
-    return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
-}
 
 /// Milliseconds from the start of velu until the middle of the place where its head goes has changed.
 std::optional<double> timeToFirstFrame(const XDesktop& desktop, std::unique_ptr<TestProgram>& velu) {
@@ -80,7 +54,9 @@ double shareWithoutDrawing() {
     companion.desktop = Desktop::connect(problem);
     companion.window =
         HeadWindow::create(*companion.desktop, "Velu", companion.windowWidth, companion.windowHeight,
-                           {[](PointerAction, Point) {}, [] {}}, problem);
+                           {[](PointerAction, Point) {}, [] {}, {}}, problem);
+    companion.menu = std::make_unique<MenuView>(
+        *companion.desktop, "Velu", MenuViewEvents{[] { return std::vector<MenuItem>(); }, {}, {}});
     companion.placeWindow(false);
     std::jthread end([&companion] {
         std::this_thread::sleep_for(watchedWithoutDrawing);

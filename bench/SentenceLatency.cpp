@@ -5,15 +5,13 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Figures.h"
+#include "ReplyServer.h"
 #include "Sockets.h"
 #include "assistant/Assistant.h"
 #include "support/TemporaryFolder.h"
@@ -22,68 +20,6 @@ namespace {
 
 constexpr int rounds = 200;
 constexpr int warmUpRounds = 5;
-
-/// A piece of the reply as the engine sends it: an event, in a chunk of its own.
-std::string chunk(const std::string& content) {
-    const std::string event =
-        R"(data: {"choices":[{"finish_reason":null,"index":0,"delta":{"content":")" + content +
-        R"("}}],"created":1,"id":"chatcmpl-1","model":"m","object":"chat.completion.chunk"})"
-        "\n\n";
-    char length[32];
-    std::snprintf(length, sizeof length, "%zx\r\n", event.size());
-    return length + event + "\r\n";
-}
-
-/// The engine's side, on a thread of its own: always the same reply, with a rest before the byte that shows
-/// that the first sentence is over.
-class ReplyServer {
-public:
-    ReplyServer() : listener(listenOnLoopback(port)), thread([this] { serve(); }) {}
-
-    ~ReplyServer() {
-        shutdown(listener, SHUT_RDWR);
-        thread.join();
-        close(listener);
-    }
-    ReplyServer(const ReplyServer&) = delete;
-    ReplyServer& operator=(const ReplyServer&) = delete;
-
-    int32_t port = 0;
-    const std::string marker = "\"content\":\" So\"";  ///< stands in the piece that ends the first sentence
-    std::atomic<int64_t> sentAt = 0;                   ///< when that piece began its way
-
-private:
-    void serve() {
-        for (int connection = 0; (connection = acceptConnection(listener)) >= 0; close(connection)) {
-            if (!readRequest(connection).empty()) reply(connection);
-        }
-    }
-
-    void reply(int connection) {
-        std::string beginning =
-            "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nTransfer-Encoding: chunked\r\n"
-            "Connection: close\r\n\r\n";
-        for (const char* token : {"This", " is", " the", " first", " sentence", "."})
-            beginning += chunk(token);
-        const std::string deciding = chunk(" So");
-        const std::string ending = chunk(" it") + chunk(" goes.") + "0\r\n\r\n";
-        sendAll(connection, beginning);
-        // Not always the same, so that it can't fall into step with a client's own pauses.
-        rest(20000 + static_cast<int>(random() % 30000));
-        sentAt = nanoseconds();
-        sendAll(connection, deciding);
-        rest(5000);
-        sendAll(connection, ending);
-    }
-
-    static void rest(int microseconds) {
-        std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
-    }
-
-    std::minstd_rand random;
-    int listener;
-    std::thread thread;
-};
 
 /// Milliseconds until a bare client has the piece; negative when it never came.
 double askBare(const ReplyServer& server) {
@@ -125,7 +61,7 @@ int main() {
     const TemporaryFolder folder;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
     setenv("VELU_HOME", folder.path.c_str(), 1);
-    ReplyServer server;
+    ReplyServer server({"This", " is", " the", " first", " sentence", "."}, {" it", " goes."}, 5);
     Brain brain;
     brain.port = server.port;
     Assistant assistant(brain);

@@ -5,7 +5,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 benchmarks=("$@")
-[ ${#benchmarks[@]} -gt 0 ] || benchmarks=(SentenceLatency DownloadThroughput AskStart HtmlToText HeadFrame IdleCompanion)
+[ ${#benchmarks[@]} -gt 0 ] || benchmarks=(SentenceLatency DownloadThroughput AskStart HtmlToText HeadFrame IdleCompanion SpokenReply)
 "$root/scripts/install-packages.sh" build test bench
 "$root/scripts/build.sh" release -DBUILD_TESTING=ON -- "${benchmarks[@]}"
 status=0

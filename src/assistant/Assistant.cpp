@@ -12,6 +12,7 @@
 #include "foundation/Paths.h"
 #include "foundation/Settings.h"
 #include "foundation/Text.h"
+#include "foundation/Ticks.h"
 #include "platform/system.h"
 
 using nlohmann::json;
@@ -40,6 +41,7 @@ void Assistant::turn(std::string& reply, const std::string& question,
                      CancelFlag* cancel) {
     const std::string asked = repairUtf8(question);
     lastQuestion = asked;
+    firstTokenTick = 0;
     json messages = openingMessages(asked);
     const json tools = toolSchemas();
     reply.clear();
@@ -69,11 +71,14 @@ bool Assistant::runPasses(json& messages, const json& tools, std::string& reply,
                           const StatusFn& onActivity, CancelFlag* cancel) {
     for (int pass = 0; pass < passes && !*cancel; ++pass) {
         SentenceStream sentences(onSentence);
+        const auto onDelta = [&](const std::string& delta) {
+            if (firstTokenTick == 0) firstTokenTick = tickCount();
+            sentences.feed(delta);
+        };
         // Without tools the last pass can only answer.
         const json offered = pass == passes - 1 ? json::array() : tools;
-        const ChatResult result = brain->chatClient().chat(
-            messages, offered, replyTokens, [&](const std::string& delta) { sentences.feed(delta); }, cancel,
-            "auto");
+        const ChatResult result =
+            brain->chatClient().chat(messages, offered, replyTokens, onDelta, cancel, "auto");
         if (!result.ok) {
             if (*cancel) return true;
             logLine("chat failed: %s", result.error.c_str());

@@ -71,7 +71,8 @@ public:
     /// Learns the face before the camera under a name and answers in words; set when there are eyes. Empty
     /// until then.
     std::function<std::string(const std::string& name)> learnFace;
-    std::string lastQuestion;  ///< of the present turn; its thread's own
+    std::string lastQuestion;     ///< of the present turn; its thread's own
+    uint64_t firstTokenTick = 0;  ///< when its first piece of text came, of `tickCount`; its thread's own
     std::mutex mutex;
 
     // Guarded by `mutex`:

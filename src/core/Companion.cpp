@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
-#include <thread>
 
 #include "core/FramePacer.h"
 #include "core/Gestures.h"
+#include "core/MenuCommands.h"
 #include "core/Placement.h"
 #include "foundation/Settings.h"
 #include "foundation/Ticks.h"
@@ -13,8 +13,32 @@
 
 Companion* theCompanion = nullptr;
 
+namespace {
+
+constexpr uint64_t timerMs = 1000;
+
+}  // namespace
+
 void Companion::windowProc(const Message& message) {
     switch (message.id) {
+        case MessageId::WM_APP_VOICE_EVENT:
+            voice.pumpEvents();
+            break;
+        case MessageId::WM_APP_SENTENCE:
+            conversation.onSentence(message);
+            break;
+        case MessageId::WM_APP_BRAIN_STATUS:
+            conversation.onBrainStatus(message);
+            break;
+        case MessageId::WM_APP_TURN_DONE:
+            conversation.onTurnDone(message);
+            break;
+        case MessageId::WM_APP_BRAIN_READY:
+            conversation.onBrainReady(message);
+            break;
+        case MessageId::WM_APP_TRAY:
+            if (message.parameter == static_cast<uint64_t>(MessageId::WM_LBUTTONUP)) placeWindow(true);
+            break;
         case MessageId::WM_APP_WAKE:
             asleep = false;
             break;
@@ -38,6 +62,9 @@ void Companion::windowProc(const Message& message) {
             pressed = false;
             animator.startWink();
             break;
+        case MessageId::WM_RBUTTONUP:
+            if (menu) menu->popup(message.point);
+            break;
         case MessageId::WM_DESTROY:
             exitCode = 0;
             break;
@@ -51,6 +78,7 @@ void Companion::dragTo(Point cursor) {
     if (!dragMoved && !passesDragThreshold(offset)) return;
     dragMoved = true;
     window->moveTo({dragStartWindow.x + offset.x, dragStartWindow.y + offset.y});
+    bubble.anchor(window->rect());
 }
 
 void Companion::release() {
@@ -61,6 +89,10 @@ void Companion::release() {
     } else if (asleep) {
         asleep = false;
         animator.startWink();
+    } else if (bubble.typing) {
+        bubble.hide();
+    } else {
+        bubble.openChat();
     }
     dragMoved = false;
 }
@@ -79,7 +111,14 @@ void Companion::everySecond() {
         placeUnconfirmed = false;
         savePlace();
     }
-    if (Settings::instance().alwaysOnTop && !window->isOnTop()) window->setOnTop(true);
+    for (const std::string& label : assistant.takeDueReminders(tickCount())) {
+        asleep = false;
+        animator.startWink();
+        conversation.say("Reminder: " + label);
+    }
+    conversation.turnThread.reap();
+    bringUp.brainWorker.reap();
+    if (Settings::instance().alwaysOnTop && !menu->isOpen() && !window->isOnTop()) window->setOnTop(true);
 }
 
 void Companion::placeWindow(bool keepPosition) {
@@ -97,41 +136,61 @@ void Companion::placeWindow(bool keepPosition) {
     window->setClickable(headRows(windowWidth, windowHeight));
     window->place(place, settings.alwaysOnTop);
     renderer.resize(windowWidth, windowHeight);
+    bubble.anchor(window->rect());
 }
 
 int Companion::mainLoop() {
-    using Clock = FramePacer::Clock;
-    constexpr uint64_t timerMs = 1000;
-    FramePacer pacer;
-    uint64_t timerDue = tickCount() + timerMs;
-    Clock::time_point previous = Clock::now();
-    while (true) {
-        desktop->processEvents();
-        for (const Message& message : messages.take())
-            windowProc(message);
-        if (tickCount() >= timerDue) {
-            timerDue = tickCount() + timerMs;
-            windowProc({MessageId::WM_TIMER});
-        }
-        if (terminationRequested()) windowProc({MessageId::WM_DESTROY});
-        if (exitCode) return *exitCode;
-
-        const Clock::time_point now = Clock::now();
-        frame(std::chrono::duration<float>(now - previous).count());
-        previous = now;
-        pacer.setRefreshRate(window->refreshRate());
-        std::this_thread::sleep_for(pacer.waitAfterFrame(Clock::now()));
-    }
+    while (!exitCode)
+        pass();
+    return *exitCode;
 }
 
-void Companion::frame(float seconds) {
-    const Gaze gaze = gazeAt(desktop->cursor(), window->rect());
+void Companion::pass() {
+    desktop->processEvents();
+    handleMessages();
+    if (tickCount() >= timerDue) {
+        timerDue = tickCount() + timerMs;
+        windowProc({MessageId::WM_TIMER});
+    }
+    if (terminationRequested()) windowProc({MessageId::WM_DESTROY});
+    if (exitCode) return;
+    frame();
+    // A sentence doesn't wait for the next frame to be heard.
+    const Clock::time_point end = Clock::now() + pacer.waitAfterFrame(Clock::now());
+    while (!exitCode && messages.waitUntil(end))
+        handleMessages();
+}
+
+void Companion::handleMessages() {
+    for (const Message& message : messages.take())
+        windowProc(message);
+}
+
+void Companion::frame() {
+    const Clock::time_point now = Clock::now();
+    const float seconds = std::chrono::duration<float>(now - previousFrame).count();
+    previousFrame = now;
+
+    const Rect place = window->rect();
+    bubble.anchor(place);
+    const Gaze gaze = gazeAt(desktop->cursor(), place);
     animator.gazeX = gaze.x;
     animator.gazeY = gaze.y;
     animator.watching = gaze.watching && !asleep;
-    animator.state = asleep ? HeadState::Asleep : HeadState::Idle;
+    conversation.speaking.updateMute(voice.pending, tickCount());
+    animator.state = headState();
+    animator.speechLevel = voice.pending >= 1 ? voice.mouthOpen : -1;
 
     constexpr float longestFrame = 0.1F;  // seconds; after a stall the head goes on, it doesn't jump
     animator.update(std::min(longestFrame, seconds));
     renderer.render(animator.pose);
+    conversation.closeWhenDue(asleep);
+    pacer.setRefreshRate(window->refreshRate());
+}
+
+HeadState Companion::headState() const {
+    if (asleep) return HeadState::Asleep;
+    if (conversation.isSpeaking()) return HeadState::Speaking;
+    if (conversation.thinking) return HeadState::Thinking;
+    return bubble.typing ? HeadState::Listening : HeadState::Idle;
 }

@@ -6,11 +6,18 @@
 
 #include "assistant/Assistant.h"
 #include "brain/Brain.h"
+#include "core/BringUp.h"
+#include "core/Conversation.h"
+#include "core/FramePacer.h"
 #include "core/Messages.h"
 #include "foundation/Endpoints.h"
 #include "platform/desktop.h"
+#include "platform/menu_view.h"
+#include "presence/Bubble.h"
 #include "presence/HeadAnimator.h"
 #include "presence/HeadRenderer.h"
+#include "presence/SettingsWindow.h"
+#include "presence/VoiceOut.h"
 
 /// The one application object: it owns the subsystems, from start to end of the process, and routes between
 /// them.
@@ -23,14 +30,21 @@ public:
                        const std::vector<ModelInfo>& models = modelCatalogue())
         : brain(endpoints, models), assistant(brain, endpoints) {}
 
-    // Owned subsystems. The window is null but in the normal mode; the renderer draws into its surface.
+    // Owned subsystems, each after those that it uses. What shows on the desktop is there in the normal mode
+    // only; the renderer draws into the window's surface.
+    MessageQueue messages;
+    Brain brain;
+    Assistant assistant;
     std::unique_ptr<Desktop> desktop;
     std::unique_ptr<HeadWindow> window;
     HeadRenderer renderer;
     HeadAnimator animator;
-    Brain brain;
-    Assistant assistant;
-    MessageQueue messages;
+    VoiceOut voice;
+    Bubble bubble;
+    BringUp bringUp{brain, assistant, messages};
+    Conversation conversation{assistant, bringUp, voice, bubble, messages};
+    std::unique_ptr<MenuView> menu;
+    SettingsWindow settingsWindow;
 
     // Window thread only, from here on.
     int32_t windowWidth = 204;   ///< of the head's window, pixels
@@ -52,12 +66,23 @@ public:
     /// Runs frame after frame until the program is to end. Returns the exit code.
     int mainLoop();
 
+    /// Once through the loop: what has happened, a frame, and what happens until the next is due.
+    void pass();
+
 private:
+    using Clock = FramePacer::Clock;
+
     void dragTo(Point cursor);
     void release();
     void savePlace();
     void everySecond();
-    void frame(float seconds);
+    void handleMessages();
+    void frame();
+    [[nodiscard]] HeadState headState() const;
+
+    FramePacer pacer;
+    Clock::time_point previousFrame = Clock::now();
+    uint64_t timerDue = 0;  ///< of `tickCount`; 0: with the next pass
 };
 
 /// The process's companion: set right after it was made, before any mode runs, and never cleared.

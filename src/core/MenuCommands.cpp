@@ -1,0 +1,119 @@
+#include "core/MenuCommands.h"
+
+#include <atomic>
+#include <utility>
+
+#include "brain/ModelCatalogue.h"
+#include "foundation/Paths.h"
+#include "foundation/Settings.h"
+#include "platform/desktop.h"
+#include "platform/system.h"
+
+namespace {
+
+void setAsleep(Companion& companion, bool asleep) {
+    companion.asleep = asleep;
+    if (asleep) {
+        companion.conversation.stopSpeaking();
+        companion.bubble.hide();
+    } else {
+        companion.animator.startWink();
+    }
+}
+
+void setVoiceOn(Companion& companion, bool on) {
+    Settings& settings = Settings::instance();
+    settings.voiceOn = on;
+    if (!on) companion.voice.stop();
+    settings.save();
+}
+
+/// A switch of what isn't there yet: it is kept for the day when it is.
+void flip(std::atomic<bool>& choice) {
+    choice = !choice;
+    Settings::instance().save();
+}
+
+void retryDownload(Companion& companion) {
+    const bool canRetry = menuState(companion).canRetryBrain;
+    companion.conversation.showNotice("Trying again - one moment...");
+    if (canRetry) companion.bringUp.startBrainWorker();
+}
+
+/// What has been saved already takes effect.
+void applySettings(Companion& companion, bool modelChanged) {
+    const Settings& settings = Settings::instance();
+    setRunAtStartup(settings.startWithWindows);
+    companion.voice.chooseVoice(settings.voiceName.get());
+    if (!settings.voiceOn) companion.voice.stop();
+    companion.placeWindow(true);
+    if (modelChanged) companion.bringUp.startBrainWorker();
+}
+
+void openSettings(Companion& companion) {
+    SettingsChoices choices;
+    for (const ModelInfo& model : companion.brain.catalogue)
+        choices.models.push_back(model.label);
+    choices.voices = companion.voice.listVoices();
+    const Rect head = companion.window->rect();
+    const Rect workArea =
+        companion.desktop->workAreaNearest({(head.left + head.right) / 2, (head.top + head.bottom) / 2});
+    SettingsCallbacks callbacks;
+    callbacks.clearConversation = [&companion] { companion.assistant.clearConversation(); };
+    callbacks.forget = [&companion] { companion.assistant.forgetEverything(); };
+    callbacks.saved = [&companion](bool modelChanged) { applySettings(companion, modelChanged); };
+    companion.settingsWindow.open(*companion.desktop, choices, workArea, systemDpi(), std::move(callbacks));
+}
+
+}  // namespace
+
+MenuState menuState(const Companion& companion) {
+    const Settings& settings = Settings::instance();
+    MenuState state;
+    state.asleep = companion.asleep;
+    state.voiceOn = settings.voiceOn;
+    state.camOn = settings.camOn;
+    state.micOn = settings.micOn;
+    state.canRetryBrain = canRetryBrain(companion.bringUp.brainReady, companion.bringUp.brainStarting,
+                                        companion.conversation.thinking);
+    return state;
+}
+
+void carryOut(Companion& companion, MenuCommand command) {
+    Settings& settings = Settings::instance();
+    switch (command) {
+        case MenuCommand::ask:
+            companion.bubble.openChat();
+            break;
+        case MenuCommand::speakReplies:
+            setVoiceOn(companion, !settings.voiceOn);
+            break;
+        case MenuCommand::spin:
+            companion.animator.startSpin();
+            break;
+        case MenuCommand::wink:
+            companion.animator.startWink();
+            break;
+        case MenuCommand::sleep:
+            setAsleep(companion, !companion.asleep);
+            break;
+        case MenuCommand::listen:
+            flip(settings.micOn);
+            break;
+        case MenuCommand::useCamera:
+            flip(settings.camOn);
+            break;
+        case MenuCommand::settings:
+            openSettings(companion);
+            break;
+        case MenuCommand::openDataFolder:
+            openOnDesktop(dataFolder());
+            break;
+        case MenuCommand::quit:
+            companion.windowProc({MessageId::WM_DESTROY});
+            break;
+        case MenuCommand::retryDownload:
+            retryDownload(companion);
+            break;
+    }
+}

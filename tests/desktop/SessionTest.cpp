@@ -1,0 +1,405 @@
+// The companion as its user meets it: typed to, listened to and looked at on a private desktop, with a
+// stand-in for the language model. The test runs the companion's loop itself, so that it can look at
+// everything between frames.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/Companion.h"
+#include "core/MenuCommands.h"
+#include "core/WindowMode.h"
+#include "foundation/Files.h"
+#include "foundation/Paths.h"
+#include "foundation/Settings.h"
+#include "foundation/Ticks.h"
+#include "support/EngineFolder.h"
+#include "support/LoopbackServer.h"
+#include "support/SoundServer.h"
+#include "support/XDesktop.h"
+
+namespace {
+
+using nlohmann::json;
+using std::chrono::milliseconds;
+
+const std::vector<ModelInfo> models = {{"Small model", "small.gguf", "/small.gguf", 1000},
+                                       {"Large model", "large.gguf", "/large.gguf", 2000},
+                                       {"Other model", "other.gguf", "/other.gguf", 3000}};
+
+constexpr const char* script = R"({"replies": [
+    {"when": "story", "pieceMs": 120, "text": "Once upon a time there was a robot. It had a very large head. It told very long stories to everybody who asked. Nobody ever heard the end of them. They went on and on and on."},
+    {"when": "remind", "role": "user", "calls": [{"name": "set_timer", "arguments": {"minutes": 0.001, "label": "turn off the oven"}}]},
+    {"when": "slow", "pieceMs": 500, "text": "This answer takes its time. It really does take a lot of time, word by word by word by word."}],
+    "default": {"text": "I am fine, thank you. The sun is shining today.", "pieceMs": 20}})";
+
+class Session : public testing::Test {
+protected:
+    Session() {
+        for (const bool useGpu : {false, true})
+            installFakeEngine(dataFolder(), useGpu, script);
+        for (const ModelInfo& model : models)
+            placeModel(joinPath(modelsFolder(), model.file), model.size);
+        Endpoints nowhere;
+        nowhere.releases = nowhere.models = "http://127.0.0.1:1";
+        velu = std::make_unique<Companion>(nowhere, models);
+        velu->brain.port = freePort();
+        velu->brain.probeGpu = [] { return false; };
+    }
+
+    ~Session() override {
+        if (velu->window) shutDownCompanion(*velu);
+    }
+
+    void start() { ASSERT_TRUE(startCompanion(*velu)); }
+
+    /// Started, with the engine up and the greeting over.
+    void startReady() {
+        start();
+        ASSERT_TRUE(until([this] { return velu->bringUp.brainReady; }));
+        velu->conversation.stopSpeaking();
+        velu->bubble.hide();
+    }
+
+    template <typename Condition>
+    bool until(Condition condition, milliseconds patience = milliseconds(60000)) {
+        const auto end = std::chrono::steady_clock::now() + patience;
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            velu->pass();
+        }
+        return true;
+    }
+
+    void click(const std::string& button = "1") const {
+        const Rect head = velu->window->rect();
+        desktop.act("mousemove " + std::to_string((head.left + head.right) / 2) + " " +
+                    std::to_string((head.top + head.bottom) / 2) + " click " + button);
+    }
+
+    /// The chat box opened by a click, with the keyboard.
+    void openChat() {
+        click();
+        ASSERT_TRUE(until([this] { return velu->bubble.typing && desktop.focus() == panel(); }));
+    }
+
+    /// Typed by hand into the chat box.
+    void ask(const std::string& word) {
+        openChat();
+        desktop.act("type " + word);
+        desktop.act("key Return");
+        ASSERT_TRUE(until([this] { return !velu->bubble.typing; }));
+    }
+
+    XDesktop::Window panel() const { return desktop.findWindow("Velu says", getpid()); }
+    bool shows(const std::string& words) const { return velu->bubble.text.find(words) != std::string::npos; }
+    bool isQuiet() const { return velu->voice.pending == 0 && !velu->conversation.thinking; }
+
+    static std::string contentOf(const std::string& name) {
+        std::string text;
+        EXPECT_TRUE(readWholeFile(joinPath(dataFolder(), name), text));
+        return text;
+    }
+
+    XDesktop desktop{XDesktop::Kind::composited};
+    SoundServer sound;
+    std::unique_ptr<Companion> velu;
+};
+
+/// How well the jaw's opening goes along with the loudness, -1 to 1, when the one is heard `lag` steps of 10
+/// ms later.
+double likeness(const std::vector<double>& jaw, const std::vector<double>& loudness, int lag) {
+    double sums[5] = {};
+    double count = 0;
+    for (size_t i = 0; i < jaw.size(); ++i) {
+        const auto at = static_cast<std::ptrdiff_t>(i) + lag;
+        if (at < 0 || at >= static_cast<std::ptrdiff_t>(loudness.size())) continue;
+        const double a = jaw[i];
+        const double b = std::sqrt(loudness[static_cast<size_t>(at)]);
+        const double terms[5] = {a, b, a * a, b * b, a * b};
+        for (size_t k = 0; k < 5; ++k)
+            sums[k] += terms[k];
+        ++count;
+    }
+    const double spread =
+        std::sqrt((sums[2] - sums[0] * sums[0] / count) * (sums[3] - sums[1] * sums[1] / count));
+    return (sums[4] - sums[0] * sums[1] / count) / spread;
+}
+
+TEST_F(Session, AnswersInTheBubbleAndAloudWithTheJawInStep) {
+    Settings::instance().userName.set("Ada");
+    sound.record();
+    start();
+    EXPECT_TRUE(velu->bubble.isVisible());
+    EXPECT_EQ(velu->bubble.text, "Hi Ada! Click me to chat, or right-click for settings.");
+    EXPECT_EQ(velu->voice.pending, 1);
+    ASSERT_TRUE(until([this] { return velu->bringUp.brainReady && isQuiet(); }));
+    EXPECT_FALSE(velu->bubble.isVisible());
+
+    const XDesktop::Window mine = desktop.openUserWindow();
+    ASSERT_TRUE(until([&] { return desktop.focus() == mine; }));
+    ask("story");
+    EXPECT_EQ(velu->bubble.status, "Thinking...");
+    EXPECT_EQ(velu->bubble.text, "");
+    EXPECT_TRUE(until([&] { return desktop.focus() == mine; }));
+
+    // The recording and the poses on one line of time: of the former only its beginning's time isn't known
+    // exactly.
+    std::vector<double> jaw;
+    const size_t heardBefore = sound.loudness().size();
+    const auto begin = std::chrono::steady_clock::now();
+    std::vector<std::string> texts;
+    std::set<HeadState> states;
+    bool wasMuted = true;
+    ASSERT_TRUE(until([&] {
+        const auto step = static_cast<size_t>((std::chrono::steady_clock::now() - begin) / milliseconds(10));
+        jaw.resize(std::max(jaw.size(), step), static_cast<double>(velu->animator.pose.jaw));
+        if (texts.empty() || texts.back() != velu->bubble.text) texts.push_back(velu->bubble.text);
+        states.insert(velu->animator.state);
+        if (velu->voice.pending > 0) wasMuted = wasMuted && velu->conversation.speaking.isMuted(tickCount());
+        return isQuiet() && !velu->bubble.isVisible();
+    }));
+    // Nothing, then sentence by sentence.
+    EXPECT_EQ(texts.front(), "");
+    EXPECT_GT(texts.size(), 3U);
+    for (size_t i = 1; i < texts.size(); ++i) {
+        EXPECT_TRUE(texts[i].starts_with(texts[i - 1])) << texts[i];
+        EXPECT_EQ(texts[i].back(), '.');
+    }
+    EXPECT_EQ(states, (std::set<HeadState>{HeadState::Thinking, HeadState::Speaking, HeadState::Idle}));
+    EXPECT_TRUE(wasMuted);
+
+    std::vector<double> loudness = sound.loudness();
+    loudness.erase(loudness.begin(), loudness.begin() + static_cast<std::ptrdiff_t>(heardBefore));
+    EXPECT_GT(std::count_if(loudness.begin(), loudness.end(), [](double l) { return l > 0.01; }), 400);
+    int bestLag = 0;
+    for (int lag = -100; lag <= 100; ++lag) {
+        if (likeness(jaw, loudness, lag) > likeness(jaw, loudness, bestLag)) bestLag = lag;
+    }
+    EXPECT_GT(likeness(jaw, loudness, bestLag), 0.3);
+    EXPECT_LT(std::abs(bestLag), 30) << "of 10 ms";
+    EXPECT_NE(contentOf("velu.log").find("turn: question "), std::string::npos);
+    EXPECT_EQ(contentOf("velu.log").find("none"), std::string::npos) << contentOf("velu.log");
+}
+
+TEST_F(Session, TheNewestQuestionWins) {
+    sound.record();
+    startReady();
+    ask("story");
+    ASSERT_TRUE(until([this] { return velu->voice.pending >= 2; }));
+    ask("how");
+    const size_t cut = sound.loudness().size();
+    EXPECT_LE(velu->voice.pending, 1);
+    ASSERT_TRUE(until([this] { return isQuiet() && velu->bubble.text.size() > 20; }));
+    EXPECT_EQ(velu->bubble.text, "I am fine, thank you. The sun is shining today.");
+    // Two short sentences are heard; the story would have gone on for eight seconds and more.
+    const std::vector<double> loudness = sound.loudness();
+    EXPECT_LT(std::count_if(loudness.begin() + static_cast<std::ptrdiff_t>(cut), loudness.end(),
+                            [](double l) { return l > 0.01; }),
+              500);
+    EXPECT_NE(contentOf("velu.log").find("done never (cut off)"), std::string::npos);
+}
+
+TEST_F(Session, AReminderWakesTheHead) {
+    startReady();
+    velu->asleep = true;
+    velu->conversation.startTurn("remind me");
+    ASSERT_TRUE(until([this] { return shows("Reminder: turn off the oven"); }));
+    EXPECT_FALSE(velu->asleep);
+    EXPECT_TRUE(velu->animator.winking);
+    EXPECT_TRUE(until([this] { return velu->bubble.isVisible() && velu->voice.pending > 0; }));
+}
+
+TEST_F(Session, AClickOpensTheChatBoxAndManyThingsCloseIt) {
+    startReady();
+    // The first click of a double click opens it, the second only winks.
+    click("--repeat 2 --delay 60 1");
+    EXPECT_TRUE(until([this] { return velu->animator.winking; }));
+    EXPECT_TRUE(velu->bubble.typing);
+    velu->bubble.hide();
+    until([] { return false; }, milliseconds(600));
+    const XDesktop::Window mine = desktop.openUserWindow();
+    ASSERT_TRUE(until([&] { return desktop.focus() == mine; }));
+    const std::pair<const char*, std::function<void()>> roads[] = {
+        {"Escape", [this] { desktop.act("key Escape"); }},
+        {"second click", [this] { click(); }},
+        {"click elsewhere", [&] {
+             const Rect place = desktop.rectangle(mine);
+             desktop.act("mousemove " + std::to_string(place.left + 20) + " " +
+                         std::to_string(place.top + 20) + " click 1");
+         }}};
+    for (const auto& [name, close] : roads) {
+        openChat();
+        // A press that follows at once would be a double click.
+        until([] { return false; }, milliseconds(600));
+        close();
+        EXPECT_TRUE(until([this] { return !velu->bubble.isVisible(); })) << name;
+        EXPECT_TRUE(until([&] { return desktop.focus() == mine; })) << name;
+        until([] { return false; }, milliseconds(600));
+    }
+}
+
+TEST_F(Session, EveryMenuEntryDoesWhatItSays) {
+    startReady();
+    const Settings& settings = Settings::instance();
+    const auto saved = [] { return json::parse(contentOf("settings.json"), nullptr, false); };
+    const auto choose = [this](MenuCommand command) { carryOut(*velu, command); };
+    choose(MenuCommand::ask);
+    EXPECT_TRUE(velu->bubble.typing);
+    velu->bubble.hide();
+    velu->conversation.say("A long sentence that is being said now.");
+    choose(MenuCommand::speakReplies);
+    EXPECT_FALSE(settings.voiceOn);
+    EXPECT_EQ(velu->voice.pending, 0);
+    EXPECT_EQ(saved()["voiceOn"], false);
+    choose(MenuCommand::spin);
+    EXPECT_EQ(velu->animator.spinLeft, 360);
+    choose(MenuCommand::wink);
+    EXPECT_TRUE(velu->animator.winking);
+    choose(MenuCommand::sleep);
+    EXPECT_TRUE(velu->asleep);
+    EXPECT_FALSE(velu->bubble.isVisible());
+    velu->pass();
+    EXPECT_EQ(velu->animator.state, HeadState::Asleep);
+    velu->animator.winking = false;
+    click();  // wakes it, and opens nothing
+    EXPECT_TRUE(until([this] { return !velu->asleep && velu->animator.winking; }));
+    EXPECT_FALSE(velu->bubble.typing);
+    choose(MenuCommand::listen);
+    choose(MenuCommand::useCamera);
+    EXPECT_EQ(saved()["micOn"], false);
+    EXPECT_EQ(saved()["camOn"], true);
+    choose(MenuCommand::settings);
+    EXPECT_TRUE(velu->settingsWindow.isOpen());
+    // The real menu, from the head, with the keyboard: its last entry ends the program.
+    velu->settingsWindow.close();
+    click("3");
+    ASSERT_TRUE(until([this] { return velu->menu->isOpen(); }));
+    velu->conversation.say("Something is said while the menu is open.");
+    const double before = velu->animator.clock;
+    until([] { return false; }, milliseconds(300));
+    EXPECT_GT(velu->animator.clock, before) << "the head stands still";
+    EXPECT_TRUE(velu->bubble.isVisible() && velu->menu->isOpen());
+    desktop.act("key Up");
+    desktop.act("key Return");
+    for (int i = 0; i < 2000 && !velu->exitCode; ++i)
+        velu->pass();
+    EXPECT_EQ(velu->exitCode, 0);
+}
+
+TEST_F(Session, SavedSettingsTakeEffect) {
+    startReady();
+    velu->assistant.memory.history.push_back({"old question", "old reply"});
+    carryOut(*velu, MenuCommand::settings);
+    ASSERT_TRUE(
+        until([this] { return desktop.findWindow("Velu Settings", getpid()) == desktop.activeWindow(); }));
+    const int32_t bottom = velu->window->rect().bottom;
+    // Name, brain, size, voice, aloud: the size becomes "Large", the brain the second one, and it falls
+    // silent.
+    for (const char* key :
+         {"type Ada", "key Tab", "key Down", "key Tab", "key Down", "key Tab", "key Tab", "key space"}) {
+        desktop.act(key);
+        velu->pass();
+    }
+    // Turned in the menu meanwhile, and not touched in the window.
+    carryOut(*velu, MenuCommand::useCamera);
+    const Rect form = desktop.rectangle(desktop.findWindow("Velu Settings", getpid()));
+    desktop.act("mousemove " + std::to_string(form.left + 256) + " " + std::to_string(form.top + 475) +
+                " click --repeat 2 --delay 5 1");
+    ASSERT_TRUE(until([this] { return !velu->settingsWindow.isOpen(); }));
+    const Settings& settings = Settings::instance();
+    EXPECT_TRUE(settings.camOn);
+    EXPECT_EQ(settings.userName.get(), "Ada");
+    EXPECT_EQ(settings.sizePx, 320);
+    EXPECT_FALSE(settings.voiceOn);
+    EXPECT_TRUE(
+        until([&] { return velu->window->rect().height() == 320 && velu->window->rect().bottom == bottom; }));
+    EXPECT_TRUE(until([this] { return velu->bringUp.brainReady && velu->brain.runningModel == 1; }));
+}
+
+TEST_F(Session, TellsWhyTheEngineDoesNotStartAndTriesAgain) {
+    installFakeEngine(dataFolder(), false, R"({"loadMs": 50, "exitWhileLoading": 3})");
+    Settings::instance().voiceOn = false;
+    start();
+    ASSERT_TRUE(until([this] { return shows("Retry download"); }));
+    EXPECT_EQ(velu->bubble.text,
+              "The AI engine stopped unexpectedly (see llama-server.log). Right-click me and choose \"Retry "
+              "download\" to try again.");
+    EXPECT_TRUE(menuState(*velu).canRetryBrain);
+    // A question tries by itself.
+    velu->conversation.startTurn("how are you");
+    ASSERT_TRUE(until([this] { return !velu->conversation.thinking; }));
+    EXPECT_EQ(velu->bubble.text,
+              "Sorry, I couldn't get my brain started. Check your internet connection and try again.");
+    installFakeEngine(dataFolder(), false, script);
+    carryOut(*velu, MenuCommand::retryDownload);
+    EXPECT_EQ(velu->bubble.text, "Trying again - one moment...");
+    EXPECT_FALSE(menuState(*velu).canRetryBrain);
+    EXPECT_TRUE(until([this] { return velu->bringUp.brainReady; }));
+    EXPECT_FALSE(velu->bubble.isVisible());
+}
+
+TEST_F(Session, WithoutItsVoiceItTakesTheTimeOfSpeech) {
+    Settings::instance().voiceOn = false;
+    sound.record();
+    startReady();
+    const uint64_t asked = tickCount();
+    velu->conversation.startTurn("how are you");
+    ASSERT_TRUE(until([this] { return velu->animator.state == HeadState::Speaking; }));
+    float widest = 0;
+    ASSERT_TRUE(until([&] {
+        EXPECT_EQ(velu->animator.speechLevel, -1);
+        widest = std::max(widest, velu->animator.pose.jaw);
+        return !velu->conversation.isSpeaking() && !velu->conversation.thinking;
+    }));
+    EXPECT_GT(widest, 3) << "the jaw flaps";
+    EXPECT_GE(tickCount() - asked, 47U * 55);  // the reply's bytes
+    EXPECT_TRUE(velu->conversation.speaking.isMuted(tickCount()));
+    const std::vector<double> loudness = sound.loudness();
+    EXPECT_EQ(std::count_if(loudness.begin(), loudness.end(), [](double l) { return l > 0.01; }), 0);
+}
+
+TEST_F(Session, EndsInTheMiddleOfATurnOrADownload) {
+    startReady();
+    velu->conversation.startTurn("slow");
+    ASSERT_TRUE(until([this] { return shows("This answer"); }));
+    const auto engine = static_cast<pid_t>(velu->brain.process.id());
+    ASSERT_GT(engine, 0);
+    uint64_t begin = tickCount();
+    shutDownCompanion(*velu);
+    EXPECT_LT(tickCount() - begin, 2000U);
+    EXPECT_NE(kill(engine, 0), 0);
+
+    // The second model isn't there, comes slowly, and what has come is kept.
+    const std::string path = joinPath(modelsFolder(), models[1].file);
+    removeFile(path);
+    Reply reply;
+    reply.declaredLength = models[1].size;
+    reply.chunks = {{std::string(500, 'x')}, {std::string(1500, 'x'), 0, std::make_shared<Gate>()}};
+    LoopbackServer host([&reply](const Received&) { return reply; });
+    Settings::instance().modelIndex = 1;
+    Endpoints endpoints;
+    endpoints.models = host.url();
+    velu = std::make_unique<Companion>(endpoints, models);
+    velu->brain.port = freePort();
+    start();
+    ASSERT_TRUE(until([this] { return velu->bubble.status.find("Downloading brain (Large)") == 0; }));
+    ASSERT_TRUE(until([&] { return fileSize(path + ".part") == 500; }));
+    begin = tickCount();
+    shutDownCompanion(*velu);
+    EXPECT_LT(tickCount() - begin, 2000U);
+    EXPECT_EQ(fileSize(path + ".part"), 500U);
+    velu = std::make_unique<Companion>(endpoints, models);
+}
+
+}  // namespace
