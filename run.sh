@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # run.sh [--offline-demo] [arguments of velu]
 # Installs what is needed, builds Velu and starts it with the arguments.
-# --offline-demo uses a throw-away data folder with a stand-in for the language model: no network, no gigabytes.
+# --offline-demo uses a throw-away data folder with stand-ins for language model and speech recognition: no network, no
+# gigabytes.
 set -euo pipefail
 root=$(cd "$(dirname "$0")" && pwd)
 velu=$root/build/release/velu
@@ -12,7 +13,7 @@ if [ "${1-}" = --offline-demo ]; then
     shift
 fi
 targets=(velu)
-[ -z "$demo" ] || targets+=(fake-llama-server)
+[ -z "$demo" ] || targets+=(fake-llama-server fake-whisper-server)
 
 [ -x "$velu" ] || echo "run.sh: setting up and building Velu, once; this takes a few minutes" >&2
 "$root/scripts/install-packages.sh" build
@@ -21,7 +22,7 @@ mapfile -t settings < <(cat "$root/build/release/settings.txt" 2> /dev/null | tr
 "$root/scripts/build.sh" release "${settings[@]}" -- "${targets[@]}"
 [ -n "$demo" ] || exec "$velu" "$@"
 
-# The demo: the engine is a stand-in that says so, the model an empty file of the right size that takes no room.
+# The demo: the engines are stand-ins that say so, the models empty files of the right size that take no room.
 VELU_HOME=$(mktemp -d)
 export VELU_HOME
 trap 'rm -rf "$VELU_HOME"' EXIT
@@ -31,7 +32,11 @@ for folder in llama llama-vulkan; do  # the second is for a PC with a strong gra
     cp "$root/build/release/stand-ins/fake-llama-server" "$VELU_HOME/$folder/llama-server"
 done
 truncate -s 2497281120 "$VELU_HOME/models/Qwen3-4B-Instruct-2507-Q4_K_M.gguf"
-echo "run.sh: offline demo; a stand-in answers, not a language model" >&2
+mkdir "$VELU_HOME/whisper"
+cp "$root/build/release/stand-ins/fake-whisper-server" "$VELU_HOME/whisper/whisper-server"
+truncate -s 147964211 "$VELU_HOME/models/ggml-base.en.bin"
+touch "$VELU_HOME/whisper-cuda-failed.txt"  # so that nothing is fetched for a strong graphics card
+echo "run.sh: offline demo; stand-ins hear and answer, no language model and no speech recognition" >&2
 # Without a display there is no head to show, so the demo is a question.
 [ $# -gt 0 ] || [ -n "${DISPLAY-}" ] || set -- --ask "Hello! Who are you?"
 "$velu" "$@" &

@@ -17,6 +17,7 @@
 #include "Figures.h"
 #include "ProcessCost.h"
 #include "core/Companion.h"
+#include "foundation/Files.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestProgram.h"
 #include "support/XDesktop.h"
@@ -73,6 +74,7 @@ int measure() {
     desktop.paintBackdrop(backdrop, backdrop);
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
     setenv("VELU_HOME", desktop.folder.path.c_str(), 1);
+    writeWholeFile(joinPath(desktop.folder.path, "settings.json"), R"({"micOn": false})");
 
     std::vector<double> times;
     std::unique_ptr<TestProgram> velu;

@@ -161,6 +161,7 @@ int measure(const TemporaryFolder& folder) {
     setenv("VELU_HOME", folder.path.c_str(), 1);
     Endpoints nowhere;
     nowhere.releases = nowhere.models = "http://127.0.0.1:1";
+    Settings::instance().micOn = false;
     Companion companion(nowhere);
     companion.brain.probeGpu = [] { return false; };
     if (!startCompanion(companion)) return 1;

@@ -5,9 +5,13 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 benchmarks=("$@")
-[ ${#benchmarks[@]} -gt 0 ] || benchmarks=(SentenceLatency DownloadThroughput AskStart HtmlToText HeadFrame IdleCompanion SpokenReply)
+[ ${#benchmarks[@]} -gt 0 ] || benchmarks=(SentenceLatency DownloadThroughput AskStart HtmlToText HeadFrame IdleCompanion SpokenReply Listening WakeWord)
 "$root/scripts/install-packages.sh" build test bench
 "$root/scripts/build.sh" release -DBUILD_TESTING=ON -- "${benchmarks[@]}"
+if [[ " ${benchmarks[*]} " = *" WakeWord "* ]]; then
+    echo "run.sh: making the speech for WakeWord" >&2
+    python3 "$root/bench/wake-corpus.py" "$root/build/release/wake-corpus"
+fi
 status=0
 for benchmark in "${benchmarks[@]}"; do
     "$root/build/release/bench/$benchmark" || status=1

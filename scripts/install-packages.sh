@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # install-packages.sh SET...
 # Installs the Debian packages of the named sets, if any are missing: "build" to build and run Velu, "test" for the
-# tests, "bench" for what the benchmarks compare with, "lint" for the format and lint checks, "fuzz" for the fuzz targets.
-# As root, or through sudo. Asks the network for nothing when everything is there.
+# tests, "bench" for what the benchmarks compare with, "fetch" for fetch-assets.sh, "lint" for the format and lint
+# checks, "fuzz" for the fuzz targets. As root, or through sudo. Asks the network for nothing when everything is there.
 set -euo pipefail
 
 packages=()
@@ -11,10 +11,12 @@ for set in "$@"; do
         build) packages+=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev libarchive-dev
                           nlohmann-json3-dev libvulkan-dev libcpp-httplib-dev libglm-dev libtinygltf-dev
                           libstb-dev libepoxy-dev libegl-dev libgl1-mesa-dri qt6-base-dev libxcb1-dev
-                          libxcb-shape0-dev libespeak-ng-dev espeak-ng-data libpulse-dev) ;;
+                          libxcb-shape0-dev libespeak-ng-dev espeak-ng-data libpulse-dev
+                          libpocketsphinx-dev pocketsphinx-en-us python3) ;;
         test) packages+=(libgtest-dev zlib1g-dev xvfb openbox picom xdotool trayer pulseaudio pulseaudio-utils
-                         python3) ;;
-        bench) packages+=(curl lynx w3m) ;;
+                         flite) ;;
+        bench) packages+=(curl lynx w3m flite) ;;
+        fetch) packages+=(python3-pip unzip curl) ;;
         lint) packages+=(clang-format clang-tidy git) ;;
         fuzz) packages+=(clang libclang-rt-14-dev) ;;
         *) echo "install-packages.sh: there is no package set '$set'" >&2; exit 2 ;;

@@ -5,17 +5,15 @@
 #include "brain/EngineInstaller.h"
 #include "brain/ModelDownloader.h"
 #include "brain/ReleaseListing.h"
+#include "brain/ServerLaunch.h"
 #include "foundation/Files.h"
-#include "foundation/HttpClient.h"
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
-#include "foundation/Ticks.h"
 #include "platform/system.h"
 #include "platform/texts.h"
 
 namespace {
 
-constexpr uint64_t healthPauseMs = 200;
 constexpr uint64_t unpackLimitMs = 120000;
 constexpr uint64_t freeSpaceMargin = 268435456;  // 256 MiB that a download leaves to the rest of the system
 
@@ -41,14 +39,6 @@ ProcessOptions serverCommand(const Brain& brain, int32_t modelIndex) {
     options.logFile = joinPath(dataFolder(), "llama-server.log");
     options.raisePriority = true;
     return options;
-}
-
-bool isHealthy(int32_t port, CancelFlag* cancel) {
-    HttpRequest request;
-    request.cancel = cancel;
-    request.connectTimeoutMs = 1000;
-    request.receiveTimeoutMs = 1500;
-    return HttpClient::send("http://127.0.0.1:" + std::to_string(port) + "/health", request).status == 200;
 }
 
 }  // namespace
@@ -79,30 +69,21 @@ bool Brain::launchServer(int32_t modelIndex, const StatusFn& onStatus, CancelFla
         onStatus("Couldn't start the local AI engine.");
         return false;
     }
-    return waitForHealth(modelIndex, onStatus, cancel);
-}
-
-bool Brain::waitForHealth(int32_t modelIndex, const StatusFn& onStatus, CancelFlag* cancel) {
-    // The first pauses are short, for a small model is there in no time; they don't count as tries.
-    uint64_t pause = 5;
-    for (int32_t tries = 0; tries < healthTries;) {
-        if (*cancel) return false;
-        if (process.hasExited()) {
-            onStatus("The AI engine stopped unexpectedly (see llama-server.log).");
-            return false;
-        }
-        // Whoever answers must be our own child: one that finds the port taken is about to exit.
-        if (isHealthy(port, cancel) && process.listensOn(port)) {
+    switch (waitForHealth(process, port, "/health", healthTries, cancel)) {
+        case ServerHealth::ready:
             runningModel = modelIndex;
             ready = true;
-            return true;
-        }
-        if (!pauseUnlessCancelled(pause, cancel)) return false;
-        if (pause == healthPauseMs) ++tries;
-        pause = std::min(2 * pause, healthPauseMs);
+            break;
+        case ServerHealth::exited:
+            onStatus("The AI engine stopped unexpectedly (see llama-server.log).");
+            break;
+        case ServerHealth::timedOut:
+            onStatus("The AI engine took too long to start.");
+            break;
+        case ServerHealth::cancelled:
+            break;
     }
-    onStatus("The AI engine took too long to start.");
-    return false;
+    return ready;
 }
 
 bool Brain::ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) {
@@ -133,18 +114,19 @@ bool Brain::ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) {
         onStatus("Downloading engine... " + megabytes(done) + (total == 0 ? "" : "/" + megabytes(total)) +
                  " MB");
     };
-    std::string error;
-    switch (downloadArchive(url, archive, showProgress, cancel, error)) {
+    HttpResponse response;
+    switch (downloadArchive(url, archive, showProgress, cancel, response)) {
         case ArchiveDownload::notOpened:
             return false;
         case ArchiveDownload::failed:
-            onStatus("Engine download failed: " + error);
+            onStatus("Engine download failed: " + response.error);
             return false;
         case ArchiveDownload::complete:
             break;
     }
     onStatus("Unpacking engine...");
-    if (!installArchive(archive, engineFolder(useGpu), platformTexts.engineProgram, unpackLimitMs, cancel)) {
+    if (!installArchive(archive, engineFolder(useGpu), {platformTexts.engineProgram, 1, true}, unpackLimitMs,
+                        cancel)) {
         onStatus("Couldn't unpack the engine.");
         return false;
     }

@@ -62,7 +62,4 @@ public:
     int32_t gpuMode = -1;             ///< -1 not yet decided, 0 CPU build, 1 GPU build
     uint64_t downloadPauseMs = 2000;  ///< between two attempts at a model
     int32_t healthTries = 600;        ///< each with a pause of 200 ms behind it: at least two minutes
-
-private:
-    [[nodiscard]] bool waitForHealth(int32_t modelIndex, const StatusFn& onStatus, CancelFlag* cancel);
 };

@@ -13,19 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The folder itself, or the first folder in it, that holds `program`; the folder itself when none does.
-/// Folders whose name begins with a full stop are passed over.
-std::string folderOfProgram(const std::string& folder, const std::string& program) {
-    if (isFile(joinPath(folder, program))) return folder;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        std::string path = entry->path().string();
-        if (entry->path().filename().string().front() == '.') continue;
-        if (fs::is_directory(entry->symlink_status(error)) && isFile(joinPath(path, program))) return path;
-    }
-    return folder;
-}
-
 /// Whether every link below the folder leads to somewhere below it, too.
 bool holdsItsLinks(const fs::path& folder) {
     std::error_code error;
@@ -52,7 +39,7 @@ HttpResponse fetchReleaseListing(const std::string& releases, const std::string&
 
 ArchiveDownload downloadArchive(const std::string& url, const std::string& file,
                                 const std::function<void(uint64_t done, uint64_t total)>& onProgress,
-                                CancelFlag* cancel, std::string& error) {
+                                CancelFlag* cancel, HttpResponse& response) {
     OpenFile out = openFile(file, "wb");
     if (!out) return ArchiveDownload::notOpened;
     uint64_t received = 0;
@@ -69,18 +56,34 @@ ArchiveDownload downloadArchive(const std::string& url, const std::string& file,
         return std::fwrite(bytes, 1, count, out.get()) == count;
     };
     request.onProgress = onProgress;
-    const HttpResponse response = HttpClient::send(url, request);
+    response = HttpClient::send(url, request);
     const bool written = closeFile(std::move(out));
-    error = response.error;
-    if (response.status == 200 && error.empty() && !written) error = "aborted";
+    const bool isGood = response.status == 200 && response.error.empty();
+    if (isGood && !written) response.error = "aborted";
     // A connection that breaks in the middle isn't told as an error, but the archive would be useless.
-    if (response.status == 200 && error.empty() && received < declared) error = "read failed";
-    if (response.status == 200 && error.empty()) return ArchiveDownload::complete;
+    else if (isGood && received < declared)
+        response.error = "read failed";
+    if (response.status == 200 && response.error.empty()) return ArchiveDownload::complete;
     removeFile(file);
     return ArchiveDownload::failed;
 }
 
-bool installArchive(const std::string& archive, const std::string& folder, const std::string& program,
+std::string findProgram(const std::string& folder, const std::string& program, int32_t levels) {
+    std::string path = joinPath(folder, program);
+    if (isFile(path)) return path;
+    if (levels <= 0) return {};
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        if (entry->path().filename().string().front() == '.') continue;
+        std::error_code unreadable;
+        if (!fs::is_directory(entry->symlink_status(unreadable))) continue;
+        path = findProgram(entry->path().string(), program, levels - 1);
+        if (!path.empty()) return path;
+    }
+    return {};
+}
+
+bool installArchive(const std::string& archive, const std::string& folder, const ProgramPlace& place,
                     uint64_t limitMs, CancelFlag* cancel) {
     // Aside first, and the program last: wherever this is cut off, a program that is there has all it needs.
     const std::string staging = joinPath(folder, ".unpacked");
@@ -88,14 +91,14 @@ bool installArchive(const std::string& archive, const std::string& folder, const
     removeFolder(staging);
     createFolder(staging);
     if (!unpackArchive(archive, staging, limitMs, cancel)) return false;
-    const std::string source = folderOfProgram(staging, program);
+    const fs::path program = findProgram(staging, place.program, place.levels);
+    const fs::path source = place.isLifted && !program.empty() ? program.parent_path() : fs::path(staging);
     if (!holdsItsLinks(source)) return false;  // one that was allowed in the archive may not be a level up
-    std::error_code missing;
-    fs::rename(joinPath(source, program), waiting, missing);
-    const bool moved = moveFolderContents(source, folder);
-    removeFolder(staging);
-    if (!moved || missing) return moved;
     std::error_code error;
-    fs::rename(waiting, joinPath(folder, program), error);
-    return !error;
+    if (!program.empty()) fs::rename(program, waiting, error);
+    const bool moved = !error && moveFolderContents(source.string(), folder);
+    removeFolder(staging);
+    if (moved && !program.empty())
+        fs::rename(waiting, fs::path(folder) / program.lexically_relative(source), error);
+    return moved && !error;
 }

@@ -21,16 +21,26 @@ enum class ArchiveDownload {
     notOpened,  ///< the file can't be created
 };
 
-/// Fetches `url` into `file`, in constant memory. `error` gets the words of a failed transfer, which are
-/// empty when the server answered with an error status.
+/// Fetches `url` into `file`, in constant memory. `response` says how a transfer failed: its `error` is empty
+/// when the server answered with an error status. `onProgress` may be empty.
 ArchiveDownload downloadArchive(const std::string& url, const std::string& file,
                                 const std::function<void(uint64_t done, uint64_t total)>& onProgress,
-                                CancelFlag* cancel, std::string& error);
+                                CancelFlag* cancel, HttpResponse& response);
 
-/// Unpacks the archive into `folder`, over what is there; when `program` lies in a folder of the archive,
-/// what is in that folder goes one level up. `program` appears last, so that its presence marks an
-/// installation that is whole; an archive without it is unpacked all the same. False when the unpacking
-/// failed, took longer than `limitMs` or was cancelled: nothing but hidden leftovers is in the folder then,
-/// and the next call removes those.
+/// The path of the first file called `program` in the folder or up to `levels` levels beneath it, empty when
+/// there is none. Folders whose name begins with a full stop are passed over.
+std::string findProgram(const std::string& folder, const std::string& program, int32_t levels);
+
+/// Where in an engine's archive its program lies.
+struct ProgramPlace {
+    std::string program;  ///< file name
+    int32_t levels;       ///< how many folders deep it is looked for
+    bool isLifted;        ///< whether what is in its folder moves up, so that the program is at the top
+};
+
+/// Unpacks the archive into `folder`, over what is there. The program appears last, so that its presence
+/// marks an installation that is whole; an archive without it is unpacked all the same. False when the
+/// unpacking failed, took longer than `limitMs` or was cancelled: nothing but hidden leftovers is in the
+/// folder then, and the next call removes those.
 [[nodiscard]] bool installArchive(const std::string& archive, const std::string& folder,
-                                  const std::string& program, uint64_t limitMs, CancelFlag* cancel);
+                                  const ProgramPlace& place, uint64_t limitMs, CancelFlag* cancel);

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "foundation/Files.h"
-#include "foundation/HttpClient.h"
 #include "foundation/Log.h"
 #include "foundation/Ticks.h"
 
@@ -81,6 +80,11 @@ private:
 
 }  // namespace
 
+void logFailedAttempt(int32_t attempt, const HttpResponse& response) {
+    logLine("model download attempt %d failed: status=%d err=%s", attempt, response.status,
+            response.error.c_str());
+}
+
 std::string partPath(const std::string& path) {
     return path + ".part";
 }
@@ -97,8 +101,7 @@ DownloadResult downloadModel(const ModelDownload& download, CancelFlag* cancel) 
             return replaceFile(partPath(download.path), download.path) ? DownloadResult::complete
                                                                        : DownloadResult::fileTrouble;
         }
-        logLine("%s download attempt %d failed: status=%d err=%s", download.logName, number, response.status,
-                response.error.c_str());
+        download.onFailure(number, response);
         if (!pauseUnlessCancelled(download.pauseMs, cancel)) return DownloadResult::cancelled;
     }
     return DownloadResult::failed;

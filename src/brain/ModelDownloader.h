@@ -5,6 +5,10 @@
 #include <string>
 
 #include "foundation/Callbacks.h"
+#include "foundation/HttpClient.h"
+
+/// Says in the log why an attempt at a language model failed.
+void logFailedAttempt(int32_t attempt, const HttpResponse& response);
 
 /// One large file to fetch, and how patiently.
 struct ModelDownload {
@@ -14,10 +18,11 @@ struct ModelDownload {
     int32_t attempts = 4;
     uint64_t pauseMs = 2000;            ///< behind each failed attempt
     uint64_t progressIntervalMs = 400;  ///< least time between two calls of `onProgress`
-    const char* logName = "model";      ///< what the log calls it: "<logName> download attempt ..."
 
     /// Bytes of the whole file so far and in all (0: the server didn't declare it). May be empty.
     std::function<void(uint64_t done, uint64_t total)> onProgress;
+    /// Told of each attempt that failed, the first being number 0, before the pause.
+    std::function<void(int32_t attempt, const HttpResponse& response)> onFailure = logFailedAttempt;
 };
 
 /// How a download ended.

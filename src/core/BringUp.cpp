@@ -23,7 +23,7 @@ void BringUp::startBrainWorker() {
 
 void BringUp::workBrain(uint64_t start, int32_t modelIndex, CancelFlag* cancel) {
     // To the end: a question that comes meanwhile waits until the server has read what all turns begin with.
-    const std::unique_lock<std::mutex> lock = lockBrain(cancel);
+    const std::unique_lock<std::mutex> lock = lockUnlessCancelled(brainMutex, cancel);
     if (!lock) return;
     const bool isReady = brain.start(modelIndex, statusOf(start), cancel);
     if (*cancel) return;
@@ -32,7 +32,7 @@ void BringUp::workBrain(uint64_t start, int32_t modelIndex, CancelFlag* cancel) 
 }
 
 bool BringUp::ensureBrain(uint64_t turn, CancelFlag* cancel) {
-    const std::unique_lock<std::mutex> lock = lockBrain(cancel);
+    const std::unique_lock<std::mutex> lock = lockUnlessCancelled(brainMutex, cancel);
     if (!lock) return false;
     const bool isReady = brain.ready || brain.start(Settings::instance().modelIndex, statusOf(turn), cancel);
     messages.post({MessageId::WM_APP_BRAIN_READY, isReady ? 1U : 0U, {}, {}, turn});
@@ -48,12 +48,73 @@ bool BringUp::noteBrainReady(const Message& message) {
     return true;
 }
 
-std::unique_lock<std::mutex> BringUp::lockBrain(CancelFlag* cancel) {
-    constexpr uint64_t pauseMs = 20;
-    std::unique_lock<std::mutex> lock(brainMutex, std::try_to_lock);
-    while (!lock && pauseUnlessCancelled(pauseMs, cancel))
-        (void)lock.try_lock();
-    return lock;
+void BringUp::startEarsWorker() {
+    const Settings& settings = Settings::instance();
+    if (!settings.micOn || ears.running) return;
+    ears.setDevice(settings.micDevice.get());
+    // Before the engine is there the ears haven't been started: the worker that is at it takes the new
+    // device.
+    if (earsStarting && !speech.ready) return;
+    earsStarting = true;
+    earsFailed = false;
+    earsNumber = nextNumber();
+    earsWorker.start([this, number = earsNumber](CancelFlag* cancel) {
+        earsStarting = true;  // the end of the one before it has cleared it
+        try {
+            workEars(number, cancel);
+        } catch (const std::exception& error) {
+            logLine("ears worker ended by an unexpected error: %s", error.what());
+            earsFailed = true;
+        }
+        earsStarting = false;
+    });
+}
+
+void BringUp::workEars(uint64_t start, CancelFlag* cancel) {
+    const auto tell = [this, start](const std::string& line) {
+        messages.post({MessageId::WM_APP_EARS_STATUS, 0, line, {}, start});
+    };
+    if (!speech.ready && !speech.start(tell, cancel)) {
+        if (*cancel) return;
+        earsFailed = true;
+        tell(
+            "I couldn't set up my ears (speech recognition). Check your internet connection, then "
+            "right-click me and choose \"Retry download\".");
+        return;
+    }
+    if (!wakeModelLoaded) {
+        if (!ears.loadWakeModel(wakeModel)) {
+            tell("I couldn't load my wake-word model.");
+            return;
+        }
+        wakeModelLoaded = true;
+    }
+    const std::lock_guard guard(earsMutex);
+    if (*cancel) return;
+    // The good news goes first, so that it doesn't cover what the microphone has to complain of.
+    tell("");
+    (void)ears.start();
+}
+
+void BringUp::stopEars() {
+    earsWorker.cancel();
+    earsStarting = false;
+    earsNumber = nextNumber();  // what the worker still has to say is of no interest
+    const std::lock_guard guard(earsMutex);
+    ears.stop();
+}
+
+void BringUp::restartEars() {
+    if (!Settings::instance().micOn) {
+        stopEars();
+        return;
+    }
+    ears.setDevice(Settings::instance().micDevice.get());
+    {
+        const std::lock_guard guard(earsMutex);
+        ears.stop();
+    }
+    startEarsWorker();
 }
 
 StatusFn BringUp::statusOf(uint64_t source) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -8,15 +9,20 @@
 #include "brain/Brain.h"
 #include "core/Messages.h"
 #include "core/TaskSlot.h"
+#include "hearing/Ears.h"
+#include "hearing/SpeechEngine.h"
+#include "hearing/WakeWord.h"
 
-/// Brings up what takes long behind the head that is already there: the language model's server. What happens
-/// is posted, tagged with the number of the start.
+/// Brings up what takes long behind the head that is already there: the language model's server, and the ears
+/// with theirs. Each comes up, or fails, on its own. What happens is posted, tagged with the number of the
+/// start.
 ///
 /// Threads: the window thread's, but for `ensureBrain`.
 class BringUp {
 public:
-    BringUp(Brain& theBrain, Assistant& theAssistant, MessageQueue& queue)
-        : brain(theBrain), assistant(theAssistant), messages(queue) {}
+    BringUp(Brain& theBrain, Assistant& theAssistant, SpeechEngine& theSpeech, Ears& theEars,
+            MessageQueue& queue)
+        : brain(theBrain), assistant(theAssistant), speech(theSpeech), ears(theEars), messages(queue) {}
 
     /// Starts the engine with the model of the settings, in place of a start that is under way.
     void startBrainWorker();
@@ -29,26 +35,46 @@ public:
     /// Takes note of what came by `WM_APP_BRAIN_READY`. False for news of a start that was replaced.
     bool noteBrainReady(const Message& message);
 
+    /// Starts to listen, if the user wants that and it isn't done: with the speech engine first, which may
+    /// have to be fetched, then the model that knows the name.
+    void startEarsWorker();
+
+    /// Ends the listening, and what is under way to it. The speech engine stays.
+    void stopEars();
+
+    /// Listens with what the settings say by now; doesn't disturb a fetching that is under way.
+    void restartEars();
+
+    std::string wakeModel = wakeModelFolder();  ///< where the model that knows the name lies
+
+    std::atomic<bool> earsStarting = false;  ///< an ears worker is at it
+    std::atomic<bool> earsFailed = false;    ///< the speech engine couldn't be set up
+
     // Window thread only.
     bool brainReady = false;
     bool brainStarting = false;   ///< by a brain worker
-    uint64_t startNumber = 0;     ///< of the newest start
+    uint64_t startNumber = 0;     ///< of the newest start of the brain
+    uint64_t earsNumber = 0;      ///< of the newest start of the ears
     std::string lastBrainStatus;  ///< the newest line, of a start or of a turn
 
     /// A number that no turn and no start has had.
     uint64_t nextNumber() { return ++lastNumber; }
 
     TaskSlot brainWorker;
+    TaskSlot earsWorker;
 
 private:
-    /// Waits for the only right to start the engine; without it when cancelled.
-    std::unique_lock<std::mutex> lockBrain(CancelFlag* cancel);
     [[nodiscard]] StatusFn statusOf(uint64_t source);
     void workBrain(uint64_t start, int32_t modelIndex, CancelFlag* cancel);
+    void workEars(uint64_t start, CancelFlag* cancel);
 
     Brain& brain;
     Assistant& assistant;
+    SpeechEngine& speech;
+    Ears& ears;
     MessageQueue& messages;
-    std::mutex brainMutex;    ///< one thread at a time starts the engine
-    uint64_t lastNumber = 0;  ///< window thread only
+    std::mutex brainMutex;         ///< one thread at a time starts the engine
+    std::mutex earsMutex;          ///< a worker that was called off doesn't start the ears behind their end
+    bool wakeModelLoaded = false;  ///< ears worker only
+    uint64_t lastNumber = 0;       ///< window thread only
 };

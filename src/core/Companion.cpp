@@ -41,6 +41,13 @@ void Companion::windowProc(const Message& message) {
             break;
         case MessageId::WM_APP_WAKE:
             asleep = false;
+            conversation.onWake();
+            break;
+        case MessageId::WM_APP_UTTERANCE:
+            if (hearing.isCurrent(message)) conversation.decideUtterance(message);
+            break;
+        case MessageId::WM_APP_EARS_STATUS:
+            conversation.onEarsStatus(message);
             break;
         case MessageId::WM_TIMER:
             everySecond();
@@ -118,6 +125,8 @@ void Companion::everySecond() {
     }
     conversation.turnThread.reap();
     bringUp.brainWorker.reap();
+    bringUp.earsWorker.reap();
+    hearing.reap();
     if (Settings::instance().alwaysOnTop && !menu->isOpen() && !window->isOnTop()) window->setOnTop(true);
 }
 
@@ -177,7 +186,7 @@ void Companion::frame() {
     animator.gazeX = gaze.x;
     animator.gazeY = gaze.y;
     animator.watching = gaze.watching && !asleep;
-    conversation.speaking.updateMute(voice.pending, tickCount());
+    conversation.guideEars();
     animator.state = headState();
     animator.speechLevel = voice.pending >= 1 ? voice.mouthOpen : -1;
 
@@ -191,6 +200,7 @@ void Companion::frame() {
 HeadState Companion::headState() const {
     if (asleep) return HeadState::Asleep;
     if (conversation.isSpeaking()) return HeadState::Speaking;
+    if (ears.capturing) return HeadState::Listening;
     if (conversation.thinking) return HeadState::Thinking;
     return bubble.typing ? HeadState::Listening : HeadState::Idle;
 }

@@ -9,6 +9,7 @@
 #include "core/BringUp.h"
 #include "core/Conversation.h"
 #include "core/FramePacer.h"
+#include "core/Hearing.h"
 #include "core/Messages.h"
 #include "foundation/Endpoints.h"
 #include "platform/desktop.h"
@@ -28,21 +29,24 @@ public:
     /// The catalogue and the hosts are the public ones but in tests.
     explicit Companion(const Endpoints& endpoints = {},
                        const std::vector<ModelInfo>& models = modelCatalogue())
-        : brain(endpoints, models), assistant(brain, endpoints) {}
+        : brain(endpoints, models), assistant(brain, endpoints), speech(endpoints) {}
 
     // Owned subsystems, each after those that it uses. What shows on the desktop is there in the normal mode
     // only; the renderer draws into the window's surface.
     MessageQueue messages;
     Brain brain;
     Assistant assistant;
+    SpeechEngine speech;
+    Ears ears;
+    Hearing hearing{ears, speech, messages};
     std::unique_ptr<Desktop> desktop;
     std::unique_ptr<HeadWindow> window;
     HeadRenderer renderer;
     HeadAnimator animator;
     VoiceOut voice;
     Bubble bubble;
-    BringUp bringUp{brain, assistant, messages};
-    Conversation conversation{assistant, bringUp, voice, bubble, messages};
+    BringUp bringUp{brain, assistant, speech, ears, messages};
+    Conversation conversation{assistant, bringUp, ears, voice, bubble, messages};
     std::unique_ptr<MenuView> menu;
     SettingsWindow settingsWindow;
 

@@ -3,6 +3,7 @@
 #include <ctime>
 #include <exception>
 
+#include "core/Addressing.h"
 #include "foundation/LocalTime.h"
 #include "foundation/Log.h"
 #include "foundation/Settings.h"
@@ -15,7 +16,16 @@ namespace {
 constexpr uint64_t saidMs = 7000;
 constexpr uint64_t saidMsPerByte = 60;
 constexpr uint64_t replyMs = 6000;
+constexpr uint64_t statementMs = 9000;
 constexpr uint64_t engineFailureMs = 20000;
+
+constexpr const char* listening = "Listening...";
+constexpr const char* settingUpEars = "Setting up my ears - one moment...";
+
+/// A line that tells how far the ears' engine has come.
+bool isProgress(const std::string& line) {
+    return line.starts_with("Down") || line.starts_with("Unpack") || line.starts_with("Find");
+}
 
 constexpr const char* noBrain =
     "Sorry, I couldn't get my brain started. Check your internet connection and try again.";
@@ -23,6 +33,7 @@ constexpr const char* noBrain =
 }  // namespace
 
 void Conversation::say(const std::string& text) {
+    clearListening();
     bubble.showText(text);
     if (Settings::instance().voiceOn) {
         voice.speak(text);
@@ -44,12 +55,17 @@ void Conversation::deliverSentence(const std::string& text) {
 }
 
 void Conversation::startTurn(const std::string& question) {
+    beginTurn(question, {});
+}
+
+void Conversation::beginTurn(const std::string& question, const HeardTimes& heard) {
     closeTurnLog();
     stopSpeaking();
     thinking = true;
     turnNumber = bringUp.nextNumber();
     times = {};
     times.question = tickCount();
+    times.heard = heard;
     asked = formatTime(localTime(std::time(nullptr)), "%H:%M:%S");
     bubbleHideAt = 0;
     bubble.showText("");
@@ -72,6 +88,78 @@ void Conversation::end() {
     turnThread.cancel();
     voice.stop();
     closeTurnLog();
+}
+
+void Conversation::onWake() {
+    if (!ears.capturing || speaking.isMuted(tickCount())) return;  // over by now, or broken off
+    bubbleHideAt = 0;
+    bubble.showText("");
+    bubble.setStatus(listening);
+}
+
+void Conversation::onEarsStatus(const Message& message) {
+    if (message.source != 0 && message.source != bringUp.earsNumber) return;
+    if (thinking || bubble.typing) return;
+    const std::string& line = message.text;
+    if (isProgress(line)) {
+        if (!bubble.isVisible()) bubble.showText(settingUpEars);
+        bubble.setStatus(line);
+    } else if (!line.empty()) {
+        bubble.setStatus("");
+        bubble.showText(line);
+        bubbleHideAt = statementUntil = tickCount() + statementMs;
+    } else if (bubble.isVisible() && voice.pending < 1 && !ears.capturing) {
+        bubble.hide();
+    }
+}
+
+void Conversation::decideUtterance(const Message& message) {
+    const bool followUp = (message.parameter & 1U) != 0;
+    const Addressed addressed = whatIsMeant(message.text, followUp);
+    clearListening();
+    switch (addressed.kind) {
+        case Addressed::Kind::notMeant:
+            if (!thinking && !bubble.typing) bubble.hide();  // what is being typed isn't lost
+            break;
+        case Addressed::Kind::onlyBlank:
+            if (!bubble.typing) bubble.hide();
+            break;
+        case Addressed::Kind::onlyName:
+            say("Yes?");
+            listenPending = true;
+            break;
+        case Addressed::Kind::command:
+            beginTurn(addressed.command, message.heard);
+            bubble.setStatus("Heard: " + addressed.command);
+            break;
+    }
+}
+
+void Conversation::guideEars() {
+    const uint64_t now = tickCount();
+    speaking.updateMute(voice.pending, now);
+    ears.muted = speaking.isMuted(now);
+    if (!listenPending || ears.muted) return;
+    listenPending = false;
+    if (!ears.running) return;
+    ears.followUpRequested = true;
+    bubble.setStatus(listening);
+}
+
+void Conversation::stopListening() {
+    listenPending = false;
+    ears.followUpRequested = false;
+    const bool isAboutEars =
+        bubble.status == listening || (isProgress(bubble.status) && bubble.text == settingUpEars);
+    if (!isAboutEars) return;
+    clearStatus();
+    const bool isEmpty = bubble.text.empty() || bubble.text == settingUpEars;
+    if (isEmpty && !thinking && !bubble.typing) bubble.hide();
+}
+
+/// What was being heard is over.
+void Conversation::clearListening() {
+    if (bubble.status == listening) clearStatus();
 }
 
 void Conversation::showNotice(const std::string& text) {
@@ -131,7 +219,8 @@ void Conversation::onBrainReady(const Message& message) {
     if (!bringUp.noteBrainReady(message) || thinking) return;
     if (bringUp.brainReady) {
         clearStatus();
-        if (bubble.isVisible() && !bubble.typing) bubble.hide();
+        const bool isRead = tickCount() < statementUntil;
+        if (bubble.isVisible() && !bubble.typing && !isRead) bubble.hide();
         return;
     }
     const std::string reason = bringUp.lastBrainStatus;
@@ -160,7 +249,7 @@ void Conversation::closeWhenDue(bool asleep) {
     }
     if (times.done != 0 && !isSpeaking()) closeTurnLog();
 
-    const bool isFree = !bubble.typing && voice.pending <= 0 && !thinking;
+    const bool isFree = !bubble.typing && voice.pending <= 0 && !thinking && !ears.capturing;
     if (bubbleHideAt != 0 && tickCount() > bubbleHideAt && isFree) {
         bubble.hide();
         bubbleHideAt = 0;

@@ -9,18 +9,24 @@
 #include "core/Speaking.h"
 #include "core/TaskSlot.h"
 #include "core/TurnTimes.h"
+#include "hearing/Ears.h"
 #include "presence/Bubble.h"
 #include "presence/VoiceOut.h"
 
-/// What is said and asked: takes questions to the assistant on a thread of their own, its sentences to bubble
-/// and voice, and keeps one question from treading on another. The newest question wins.
+/// What is said, heard and asked: takes questions to the assistant on a thread of their own, its sentences to
+/// bubble and voice, and keeps one question from treading on another. The newest question wins.
 ///
 /// Threads: window thread only; a turn's thread only posts.
 class Conversation {
 public:
-    Conversation(Assistant& theAssistant, BringUp& theBringUp, VoiceOut& theVoice, Bubble& theBubble,
-                 MessageQueue& queue)
-        : assistant(theAssistant), bringUp(theBringUp), voice(theVoice), bubble(theBubble), messages(queue) {}
+    Conversation(Assistant& theAssistant, BringUp& theBringUp, Ears& theEars, VoiceOut& theVoice,
+                 Bubble& theBubble, MessageQueue& queue)
+        : assistant(theAssistant),
+          bringUp(theBringUp),
+          ears(theEars),
+          voice(theVoice),
+          bubble(theBubble),
+          messages(queue) {}
 
     /// Shows and speaks a line of the companion's own, in place of what the bubble shows.
     void say(const std::string& text);
@@ -38,6 +44,18 @@ public:
     /// Shows a text that stays until it is replaced or the bubble's next close.
     void showNotice(const std::string& text);
 
+    // What the ears post.
+    void onWake();
+    void onEarsStatus(const Message& message);
+    void decideUtterance(const Message& message);
+
+    /// Once a frame: the ears are deaf while something is said, and open for a follow-up when its time has
+    /// come.
+    void guideEars();
+
+    /// The microphone was switched off: nothing is waited for any more.
+    void stopListening();
+
     // What turns and the engine's start post. Leftovers of replaced ones are dropped.
     void onSentence(const Message& message);
     void onBrainStatus(const Message& message);
@@ -52,20 +70,25 @@ public:
     /// Tells a running turn to end, and the log of it; `turnThread.join` waits for it.
     void end();
 
-    bool thinking = false;      ///< a turn is in flight
-    uint64_t turnNumber = 0;    ///< of the newest turn
-    uint64_t bubbleHideAt = 0;  ///< when the bubble is due to close, of `tickCount`; 0: not set
+    bool thinking = false;        ///< a turn is in flight
+    uint64_t turnNumber = 0;      ///< of the newest turn
+    uint64_t statementUntil = 0;  ///< until then a statement of the ears is to be read
+    bool listenPending = false;   ///< a follow-up is due as soon as it is quiet
+    uint64_t bubbleHideAt = 0;    ///< when the bubble is due to close, of `tickCount`; 0: not set
     Speaking speaking;
     TaskSlot turnThread;
 
 private:
     void deliverSentence(const std::string& text);
     void runTurn(const std::string& question, uint64_t turn, CancelFlag* cancel);
+    void beginTurn(const std::string& question, const HeardTimes& heard);
+    void clearListening();
     void clearStatus();
     void closeTurnLog();
 
     Assistant& assistant;
     BringUp& bringUp;
+    Ears& ears;
     VoiceOut& voice;
     Bubble& bubble;
     MessageQueue& messages;

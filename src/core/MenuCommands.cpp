@@ -28,6 +28,24 @@ void setVoiceOn(Companion& companion, bool on) {
     settings.save();
 }
 
+/// What was being heard is dropped, wherever it is on its way.
+void stopListening(Companion& companion) {
+    companion.hearing.forget();
+    companion.conversation.stopListening();
+}
+
+void setMicOn(Companion& companion, bool on) {
+    Settings& settings = Settings::instance();
+    settings.micOn = on;
+    settings.save();
+    if (on) {
+        companion.bringUp.startEarsWorker();
+    } else {
+        companion.bringUp.stopEars();
+        stopListening(companion);
+    }
+}
+
 /// A switch of what isn't there yet: it is kept for the day when it is.
 void flip(std::atomic<bool>& choice) {
     choice = !choice;
@@ -35,9 +53,10 @@ void flip(std::atomic<bool>& choice) {
 }
 
 void retryDownload(Companion& companion) {
-    const bool canRetry = menuState(companion).canRetryBrain;
+    const MenuState state = menuState(companion);
     companion.conversation.showNotice("Trying again - one moment...");
-    if (canRetry) companion.bringUp.startBrainWorker();
+    if (state.canRetryBrain) companion.bringUp.startBrainWorker();
+    if (state.canRetryEars) companion.bringUp.startEarsWorker();
 }
 
 /// What has been saved already takes effect.
@@ -48,6 +67,8 @@ void applySettings(Companion& companion, bool modelChanged) {
     if (!settings.voiceOn) companion.voice.stop();
     companion.placeWindow(true);
     if (modelChanged) companion.bringUp.startBrainWorker();
+    companion.bringUp.restartEars();
+    if (!settings.micOn) stopListening(companion);
 }
 
 void openSettings(Companion& companion) {
@@ -55,6 +76,7 @@ void openSettings(Companion& companion) {
     for (const ModelInfo& model : companion.brain.catalogue)
         choices.models.push_back(model.label);
     choices.voices = companion.voice.listVoices();
+    choices.microphones = Ears::listDevices();
     const Rect head = companion.window->rect();
     const Rect workArea =
         companion.desktop->workAreaNearest({(head.left + head.right) / 2, (head.top + head.bottom) / 2});
@@ -76,6 +98,8 @@ MenuState menuState(const Companion& companion) {
     state.micOn = settings.micOn;
     state.canRetryBrain = canRetryBrain(companion.bringUp.brainReady, companion.bringUp.brainStarting,
                                         companion.conversation.thinking);
+    state.canRetryEars =
+        canRetryEars(settings.micOn, companion.bringUp.earsFailed, companion.bringUp.earsStarting);
     return state;
 }
 
@@ -98,7 +122,7 @@ void carryOut(Companion& companion, MenuCommand command) {
             setAsleep(companion, !companion.asleep);
             break;
         case MenuCommand::listen:
-            flip(settings.micOn);
+            setMicOn(companion, !settings.micOn);
             break;
         case MenuCommand::useCamera:
             flip(settings.camOn);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/TurnTimes.h"
 #include "platform/geometry.h"
 
 /// What the window thread is told, by number. Only the window thread acts on windows, so other threads post
@@ -37,7 +38,8 @@ struct Message {
     uint64_t parameter = 0;
     std::string text{};
     Point point{};
-    uint64_t source = 0;  ///< the number of the turn or the start that it comes from; 0: of neither
+    uint64_t source = 0;    ///< the number of the turn or the start that it comes from; 0: of neither
+    HeardTimes heard = {};  ///< of what was heard
 };
 
 /// What was posted to the window thread and not yet handled, in order. Threads: any posts, one takes.

@@ -77,7 +77,9 @@ bool startCompanion(Companion& companion) {
     companion.placeWindow(false);
     companion.desktop->screensChanged = [&companion] { companion.placeWindow(true); };
     companion.menu = std::make_unique<MenuView>(*companion.desktop, "Velu", menuEventsFor(companion));
+    companion.hearing.listen();
     companion.bringUp.startBrainWorker();
+    companion.bringUp.startEarsWorker();
     greet(companion);
     return true;
 }
@@ -91,9 +93,16 @@ void shutDownCompanion(Companion& companion) {
     companion.window->hide();
     companion.desktop->processEvents();
     companion.bringUp.brainWorker.cancel();
+    companion.bringUp.earsWorker.cancel();
+    companion.hearing.end();
     companion.conversation.end();
     companion.conversation.turnThread.join();
     companion.bringUp.brainWorker.join();
+    companion.bringUp.earsWorker.join();
+    companion.ears.stop();
+    companion.hearing.join();
+    // Last: what was joined may have waited for their answers.
+    companion.speech.stop();
     companion.brain.stop();
 }
 

@@ -8,7 +8,9 @@
 #include "core/CommandLine.h"
 #include "core/Companion.h"
 #include "core/Help.h"
+#include "core/MicCaptureMode.h"
 #include "core/SearchMode.h"
+#include "core/WavTestMode.h"
 #include "core/WindowMode.h"
 #include "foundation/Log.h"
 #include "foundation/Settings.h"
@@ -28,8 +30,9 @@ int runMode(Companion& companion, const ModeChoice& choice, const std::string& c
         case RunMode::search:
             return runSearchMode(companion, stripQuotes(choice.arguments));
         case RunMode::wavTest:
+            return runWavTestMode(companion, wavTestOrder(choice.arguments));
         case RunMode::micCapture:
-            return notBuiltYet("the hearing");
+            return runMicCaptureMode(companion, micCaptureOrder(choice.arguments));
         case RunMode::faceTest:
         case RunMode::cameraTest:
             return notBuiltYet("the sight");

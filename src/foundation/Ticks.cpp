@@ -19,3 +19,11 @@ bool pauseUnlessCancelled(uint64_t milliseconds, CancelFlag* cancel) {
         std::this_thread::sleep_for(std::chrono::milliseconds(std::min(slice, end - now)));
     }
 }
+
+std::unique_lock<std::mutex> lockUnlessCancelled(std::mutex& mutex, CancelFlag* cancel) {
+    constexpr uint64_t pauseMs = 20;
+    std::unique_lock<std::mutex> lock(mutex, std::try_to_lock);
+    while (!lock && pauseUnlessCancelled(pauseMs, cancel))
+        (void)lock.try_lock();
+    return lock;
+}

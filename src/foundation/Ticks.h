@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 #include "foundation/Callbacks.h"
 
@@ -9,3 +10,7 @@ uint64_t tickCount();
 
 /// Sleeps; ends within 50 ms of `cancel` (may be null) turning true. False when it was cancelled.
 bool pauseUnlessCancelled(uint64_t milliseconds, CancelFlag* cancel);
+
+/// Waits for the mutex; ends within 50 ms of `cancel` (may be null) turning true, and then holds nothing. A
+/// free mutex is had even so.
+std::unique_lock<std::mutex> lockUnlessCancelled(std::mutex& mutex, CancelFlag* cancel);

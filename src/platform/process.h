@@ -63,3 +63,9 @@ private:
     struct State;
     std::unique_ptr<State> state;
 };
+
+/// Whether anything listens on this TCP port of the loopback interface. Programs that share their ports would
+/// otherwise split its callers among them without a word. Connections that are only dying on the port don't
+/// count. False as well when it can't be found out. Any thread; blocks for a second at most, and only when
+/// the listener is stuck.
+bool isPortTaken(int32_t port);

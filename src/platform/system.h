@@ -67,6 +67,9 @@ struct GraphicsAdapter {
 /// True when the Vulkan loader is installed.
 bool hasVulkanLoader();
 
+/// True when the driver for NVIDIA's cards is installed.
+bool hasNvidiaDriver();
+
 /// The adapters in the system's order; nothing when they can't be listed at all. May take a second: drivers
 /// are loaded for it.
 std::optional<std::vector<GraphicsAdapter>> graphicsAdapters();

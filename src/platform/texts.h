@@ -12,7 +12,15 @@ struct PlatformTexts {
     const char* surfaceFailed;  ///< log line: nothing to draw into; before the system's number for the reason
     const char* rendererFailed;     ///< message box: the head can't be drawn
     const char* startAtLogon;       ///< settings window: the check box for starting with the user's logon
-    const char* defaultMicrophone;  ///< settings window: the microphone that the system chooses
+    const char* defaultMicrophone;  ///< the microphone that the system chooses: settings window, log
+    const char* noSpeechBuild;      ///< status line: no release has a speech engine for this system
+    const char* speechProgram;      ///< file name of the speech-to-text server
+    const char* speechAsset;        ///< whole name of the release asset that it comes in
+    const char* cudaSpeechAsset;    ///< end of the name of the one that runs on an NVIDIA card
+    const char*
+        microphoneFailed;  ///< log line: it can't be opened; before the system's number for the reason
+    const char* microphoneUnusable;  ///< bubble: the microphone is there and can't be opened
+    const char* microphoneDeaf;      ///< bubble: it is open and brings nothing
 };
 
 extern const PlatformTexts platformTexts;

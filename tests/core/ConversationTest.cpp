@@ -50,15 +50,20 @@ protected:
         if (message.id == MessageId::WM_APP_BRAIN_STATUS) conversation.onBrainStatus(message);
         if (message.id == MessageId::WM_APP_BRAIN_READY) conversation.onBrainReady(message);
         if (message.id == MessageId::WM_APP_TURN_DONE) conversation.onTurnDone(message);
+        if (message.id == MessageId::WM_APP_WAKE) conversation.onWake();
+        if (message.id == MessageId::WM_APP_UTTERANCE) conversation.decideUtterance(message);
+        if (message.id == MessageId::WM_APP_EARS_STATUS) conversation.onEarsStatus(message);
     }
 
     MessageQueue messages;
     Brain brain{{}, models};
     Assistant assistant{brain};
+    SpeechEngine speech;
+    Ears ears;
     VoiceOut voice;
     Bubble bubble;
-    BringUp bringUp{brain, assistant, messages};
-    Conversation conversation{assistant, bringUp, voice, bubble, messages};
+    BringUp bringUp{brain, assistant, speech, ears, messages};
+    Conversation conversation{assistant, bringUp, ears, voice, bubble, messages};
 };
 
 TEST_F(ConversationTest, OfManyQuestionsTheLastIsAnsweredAndNothingOfTheOthersIsShown) {
@@ -129,6 +134,68 @@ TEST_F(ConversationTest, StatusLinesAreShownWhereTheyBelong) {
     status("Waking up", 2);
     EXPECT_EQ(bringUp.lastBrainStatus, "Waking up");
     EXPECT_EQ(bubble.status, "");
+}
+
+TEST_F(ConversationTest, TheBareNameIsAnsweredAndOpensTheEarsOnceItIsQuiet) {
+    handle({MessageId::WM_APP_WAKE});
+    EXPECT_EQ(bubble.status, "") << "nobody listens any more";
+    ears.capturing = true;
+    handle({MessageId::WM_APP_WAKE});
+    EXPECT_EQ(bubble.status, "Listening...");
+    ears.capturing = false;
+    ears.running = true;
+    handle({MessageId::WM_APP_UTTERANCE, 2, "Velu."});
+    EXPECT_EQ(bubble.text, "Yes?");
+    EXPECT_EQ(bubble.status, "") << "while it speaks it is deaf";
+    const uint64_t asked = tickCount();
+    ASSERT_TRUE(soon([this] {
+        conversation.guideEars();
+        EXPECT_NE(ears.muted, ears.followUpRequested);
+        return ears.followUpRequested.load();
+    }));
+    EXPECT_GE(tickCount() - asked, 1020U - 50) << "the time of four bytes, and the tail";
+    EXPECT_EQ(bubble.status, "Listening...");
+    // The microphone is switched off: no request waits for its return.
+    conversation.stopListening();
+    EXPECT_FALSE(ears.followUpRequested);
+    EXPECT_EQ(bubble.status, "");
+
+    install(R"({"default": {"text": "At your service.", "pieceMs": 1}})");
+    handle({MessageId::WM_APP_UTTERANCE, 3, "what time is it?", {}, 0, {0, 1, 2}});
+    EXPECT_EQ(bubble.status, "Heard: what time is it?");
+    EXPECT_TRUE(conversation.thinking);
+    // Called and then not understood, it doesn't go on to say that it listens.
+    bubble.setStatus("Listening...");
+    handle({MessageId::WM_APP_UTTERANCE, 2, "Never mind."});
+    EXPECT_EQ(bubble.status, "");
+    bubble.setStatus("Heard: what time is it?");
+    handle({MessageId::WM_APP_EARS_STATUS, 0, "I can't hear anything."});
+    handle({MessageId::WM_APP_UTTERANCE, 0});
+    EXPECT_EQ(bubble.status, "Heard: what time is it?") << "a turn isn't disturbed";
+    ASSERT_TRUE(until([this] { return !conversation.thinking; }));
+    EXPECT_EQ(bubble.text, "At your service.");
+}
+
+TEST_F(ConversationTest, TheEarsLinesAreShownWhereTheyBelong) {
+    const auto status = [this](const std::string& line, uint64_t source) {
+        handle({MessageId::WM_APP_EARS_STATUS, 0, line, {}, source});
+    };
+    bringUp.earsNumber = bringUp.nextNumber();
+    for (const std::string line :
+         {"Finding the speech engine...", "Unpacking speech engine...", "Downloading ears... 7%"}) {
+        status(line, 1);
+        EXPECT_EQ(bubble.text, "Setting up my ears - one moment...");
+        EXPECT_EQ(bubble.status, line);
+    }
+    status("I couldn't load my wake-word model.", 0);
+    EXPECT_EQ(bubble.text, "I couldn't load my wake-word model.");
+    EXPECT_EQ(bubble.status, "");
+    EXPECT_GT(conversation.bubbleHideAt, tickCount() + 8000);
+    bringUp.stopEars();
+    status("of a start that was replaced", 1);
+    bubble.typing = true;
+    status("while the user types", bringUp.earsNumber);
+    EXPECT_EQ(bubble.text, "I couldn't load my wake-word model.");
 }
 
 }  // namespace

@@ -156,7 +156,7 @@ TEST_F(Program, TellsWhatItIsAndWhatItCannotDoYet) {
     EXPECT_EQ(contentOf(shown).rfind("Velu ", 0), 0u);
     EXPECT_EQ(run({"--help"}), 0);
     EXPECT_NE(contentOf(shown).find("--ask QUESTION"), std::string::npos);
-    for (const char* mode : {"--wavtest x", "--miccap x", "--facetest x", "--camtest x"}) {
+    for (const char* mode : {"--facetest x", "--camtest x"}) {
         EXPECT_EQ(run({mode}), 2) << mode;
     }
 }

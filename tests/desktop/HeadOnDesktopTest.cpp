@@ -41,7 +41,9 @@ std::string inHome(const std::string& name) {
     return std::string(getenv("VELU_HOME")) + "/" + name;
 }
 
-void writeSettings(const json& settings) {
+/// With the microphone off: the ears' engine isn't part of this.
+void writeSettings(json settings) {
+    settings["micOn"] = false;
     std::ofstream(inHome("settings.json")) << settings;
 }
 
@@ -76,6 +78,7 @@ protected:
             installFakeEngine(getenv("VELU_HOME"), useGpu, "{}");
         const ModelInfo& model = modelCatalogue().front();
         placeModel(joinPath(modelsFolder(), model.file), model.size);
+        writeSettings({});
         desktop = std::make_unique<XDesktop>(kind);
         desktop->paintBackdrop(sand, plum);
     }

@@ -1,120 +1,24 @@
-// The companion as its user meets it: typed to, listened to and looked at on a private desktop, with a
-// stand-in for the language model. The test runs the companion's loop itself, so that it can look at
-// everything between frames.
+// The companion typed to, listened to and looked at.
 
-#include <gtest/gtest.h>
 #include <signal.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <functional>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "core/Companion.h"
 #include "core/MenuCommands.h"
-#include "core/WindowMode.h"
-#include "foundation/Files.h"
-#include "foundation/Paths.h"
-#include "foundation/Settings.h"
+#include "desktop/Session.h"
 #include "foundation/Ticks.h"
-#include "support/EngineFolder.h"
 #include "support/LoopbackServer.h"
-#include "support/SoundServer.h"
-#include "support/XDesktop.h"
 
 namespace {
 
 using nlohmann::json;
 using std::chrono::milliseconds;
-
-const std::vector<ModelInfo> models = {{"Small model", "small.gguf", "/small.gguf", 1000},
-                                       {"Large model", "large.gguf", "/large.gguf", 2000},
-                                       {"Other model", "other.gguf", "/other.gguf", 3000}};
-
-constexpr const char* script = R"({"replies": [
-    {"when": "story", "pieceMs": 120, "text": "Once upon a time there was a robot. It had a very large head. It told very long stories to everybody who asked. Nobody ever heard the end of them. They went on and on and on."},
-    {"when": "remind", "role": "user", "calls": [{"name": "set_timer", "arguments": {"minutes": 0.001, "label": "turn off the oven"}}]},
-    {"when": "slow", "pieceMs": 500, "text": "This answer takes its time. It really does take a lot of time, word by word by word by word."}],
-    "default": {"text": "I am fine, thank you. The sun is shining today.", "pieceMs": 20}})";
-
-class Session : public testing::Test {
-protected:
-    Session() {
-        for (const bool useGpu : {false, true})
-            installFakeEngine(dataFolder(), useGpu, script);
-        for (const ModelInfo& model : models)
-            placeModel(joinPath(modelsFolder(), model.file), model.size);
-        Endpoints nowhere;
-        nowhere.releases = nowhere.models = "http://127.0.0.1:1";
-        velu = std::make_unique<Companion>(nowhere, models);
-        velu->brain.port = freePort();
-        velu->brain.probeGpu = [] { return false; };
-    }
-
-    ~Session() override {
-        if (velu->window) shutDownCompanion(*velu);
-    }
-
-    void start() { ASSERT_TRUE(startCompanion(*velu)); }
-
-    /// Started, with the engine up and the greeting over.
-    void startReady() {
-        start();
-        ASSERT_TRUE(until([this] { return velu->bringUp.brainReady; }));
-        velu->conversation.stopSpeaking();
-        velu->bubble.hide();
-    }
-
-    template <typename Condition>
-    bool until(Condition condition, milliseconds patience = milliseconds(60000)) {
-        const auto end = std::chrono::steady_clock::now() + patience;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            velu->pass();
-        }
-        return true;
-    }
-
-    void click(const std::string& button = "1") const {
-        const Rect head = velu->window->rect();
-        desktop.act("mousemove " + std::to_string((head.left + head.right) / 2) + " " +
-                    std::to_string((head.top + head.bottom) / 2) + " click " + button);
-    }
-
-    /// The chat box opened by a click, with the keyboard.
-    void openChat() {
-        click();
-        ASSERT_TRUE(until([this] { return velu->bubble.typing && desktop.focus() == panel(); }));
-    }
-
-    /// Typed by hand into the chat box.
-    void ask(const std::string& word) {
-        openChat();
-        desktop.act("type " + word);
-        desktop.act("key Return");
-        ASSERT_TRUE(until([this] { return !velu->bubble.typing; }));
-    }
-
-    XDesktop::Window panel() const { return desktop.findWindow("Velu says", getpid()); }
-    bool shows(const std::string& words) const { return velu->bubble.text.find(words) != std::string::npos; }
-    bool isQuiet() const { return velu->voice.pending == 0 && !velu->conversation.thinking; }
-
-    static std::string contentOf(const std::string& name) {
-        std::string text;
-        EXPECT_TRUE(readWholeFile(joinPath(dataFolder(), name), text));
-        return text;
-    }
-
-    XDesktop desktop{XDesktop::Kind::composited};
-    SoundServer sound;
-    std::unique_ptr<Companion> velu;
-};
 
 /// How well the jaw's opening goes along with the loudness, -1 to 1, when the one is heard `lag` steps of 10
 /// ms later.
@@ -275,6 +179,7 @@ TEST_F(Session, EveryMenuEntryDoesWhatItSays) {
     click();  // wakes it, and opens nothing
     EXPECT_TRUE(until([this] { return !velu->asleep && velu->animator.winking; }));
     EXPECT_FALSE(velu->bubble.typing);
+    Settings::instance().micOn = true;
     choose(MenuCommand::listen);
     choose(MenuCommand::useCamera);
     EXPECT_EQ(saved()["micOn"], false);
@@ -341,7 +246,7 @@ TEST_F(Session, TellsWhyTheEngineDoesNotStartAndTriesAgain) {
     ASSERT_TRUE(until([this] { return !velu->conversation.thinking; }));
     EXPECT_EQ(velu->bubble.text,
               "Sorry, I couldn't get my brain started. Check your internet connection and try again.");
-    installFakeEngine(dataFolder(), false, script);
+    installFakeEngine(dataFolder(), false, sessionScript);
     carryOut(*velu, MenuCommand::retryDownload);
     EXPECT_EQ(velu->bubble.text, "Trying again - one moment...");
     EXPECT_FALSE(menuState(*velu).canRetryBrain);
@@ -381,16 +286,16 @@ TEST_F(Session, EndsInTheMiddleOfATurnOrADownload) {
     EXPECT_NE(kill(engine, 0), 0);
 
     // The second model isn't there, comes slowly, and what has come is kept.
-    const std::string path = joinPath(modelsFolder(), models[1].file);
+    const std::string path = joinPath(modelsFolder(), sessionModels[1].file);
     removeFile(path);
     Reply reply;
-    reply.declaredLength = models[1].size;
+    reply.declaredLength = sessionModels[1].size;
     reply.chunks = {{std::string(500, 'x')}, {std::string(1500, 'x'), 0, std::make_shared<Gate>()}};
     LoopbackServer host([&reply](const Received&) { return reply; });
     Settings::instance().modelIndex = 1;
     Endpoints endpoints;
     endpoints.models = host.url();
-    velu = std::make_unique<Companion>(endpoints, models);
+    velu = std::make_unique<Companion>(endpoints, sessionModels);
     velu->brain.port = freePort();
     start();
     ASSERT_TRUE(until([this] { return velu->bubble.status.find("Downloading brain (Large)") == 0; }));
@@ -399,7 +304,7 @@ TEST_F(Session, EndsInTheMiddleOfATurnOrADownload) {
     shutDownCompanion(*velu);
     EXPECT_LT(tickCount() - begin, 2000U);
     EXPECT_EQ(fileSize(path + ".part"), 500U);
-    velu = std::make_unique<Companion>(endpoints, models);
+    velu = std::make_unique<Companion>(endpoints, sessionModels);
 }
 
 }  // namespace

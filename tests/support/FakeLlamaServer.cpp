@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -23,6 +22,7 @@
 #include "support/LlamaOptions.h"
 #include "support/ReplyScript.h"
 #include "support/ReplyStream.h"
+#include "support/StandIn.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -39,16 +39,6 @@ struct Engine {
     std::mutex slot;  ///< held while a reply is written: there is but one slot for all requests
     httplib::Server server;
 };
-
-[[noreturn]] void fail(const std::string& reason) {
-    std::fprintf(stderr, "%s\n", reason.c_str());
-    std::_Exit(1);
-}
-
-std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void setJson(httplib::Response& response, int32_t status, const ordered_json& body) {
     response.status = status;
@@ -207,16 +197,11 @@ int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
 
     Engine engine;
-    std::error_code code;
-    engine.folder = fs::read_symlink("/proc/self/exe", code).parent_path();
     std::vector<std::string> arguments(argv + 1, argv + argc);
-    std::ofstream(engine.folder / "last-command.json") << json(arguments).dump();
-
+    engine.folder = recordCommand(arguments);
     std::string error;
     if (!readLlamaOptions(arguments, engine.options, error)) fail(error);
-    fs::path script = engine.folder / "script.json";
-    if (fs::exists(script, code) && !engine.script.read(readFile(script), error))
-        fail("script.json: " + error);
+    readScript(engine.folder, engine.script);
 
     setRoutes(engine);
     if (!engine.server.bind_to_port(engine.options.host, engine.options.port))

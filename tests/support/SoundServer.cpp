@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 #include "support/Soon.h"
@@ -14,7 +15,13 @@
 namespace {
 
 constexpr const char* recordingFile = "/recording";
+constexpr const char* controlLog = "/pactl.log";
 constexpr size_t stretch = 220;  // samples in 10 ms, closely enough
+
+std::string contentsOf(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 }  // namespace
 
@@ -37,15 +44,14 @@ void SoundServer::start() {
             "--disable-shm=yes", "--realtime=no", "--high-priority=no",
             load("module-native-protocol-unix auth-anonymous=1 socket=" + folder.path + "/native"),
             load("module-null-sink sink_name=speaker norewinds=1 rate=22050 channels=1"),
-            load("module-null-sink sink_name=room norewinds=1"),
-            load("module-remap-source source_name=microphone master=room.monitor")},
+            load("module-null-sink sink_name=room norewinds=1")},
         log);
     const auto isUp = [this] {
-        return TestProgram({"pactl", "set-default-sink", "speaker"}, folder.path + "/pactl.log").wait() == 0;
+        return TestProgram({"pactl", "set-default-sink", "speaker"}, folder.path + controlLog).wait() == 0;
     };
-    if (soon([&] { return server->result() || isUp(); }) && !server->result()) return;
-    std::ifstream reason(log);
-    throw std::runtime_error("no sound server: " + std::string(std::istreambuf_iterator<char>(reason), {}));
+    if (!soon([&] { return server->result() || isUp(); }) || server->result())
+        throw std::runtime_error("no sound server: " + contentsOf(log));
+    addMicrophone("microphone", "Room microphone");
 }
 
 void SoundServer::stop() {
@@ -73,4 +79,38 @@ std::vector<double> SoundServer::loudness() const {
         loudness.push_back(std::sqrt(sum / stretch));
     }
     return loudness;
+}
+
+std::unique_ptr<TestProgram> SoundServer::playToRoom(const std::vector<int16_t>& samples) {
+    const std::string file = folder.path + "/played" + std::to_string(++played);
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(samples.data()),
+               static_cast<std::streamsize>(samples.size() * sizeof samples[0]));
+    return std::make_unique<TestProgram>(
+        std::vector<std::string>{"paplay", "--device=room", "--raw", "--format=s16ne", "--rate=16000",
+                                 "--channels=1", file},
+        file + ".log");
+}
+
+void SoundServer::addMicrophone(const std::string& name, const std::string& description) {
+    control({"load-module", "module-remap-source", "source_name=" + name, "master=room.monitor",
+             "source_properties='device.description=\"" + description + "\"'"});
+}
+
+void SoundServer::removeMicrophone(const std::string& name) {
+    std::istringstream modules(control({"list", "short", "modules"}));
+    for (std::string module; std::getline(modules, module);) {
+        if (module.find("source_name=" + name + " ") == std::string::npos) continue;
+        control({"unload-module", module.substr(0, module.find('\t'))});
+        return;
+    }
+    throw std::runtime_error("there is no microphone " + name);
+}
+
+std::string SoundServer::control(std::vector<std::string> words) {
+    words.insert(words.begin(), "pactl");
+    const bool isDone = TestProgram(words, folder.path + controlLog).wait() == 0;
+    std::string said = contentsOf(folder.path + controlLog);
+    if (!isDone) throw std::runtime_error("pactl " + words[1] + ": " + said);
+    return said;
 }

@@ -24,6 +24,15 @@ struct Vulkan {
     PFN_vkGetPhysicalDeviceMemoryProperties getMemoryProperties = nullptr;
 };
 
+bool isLoadable(const char* name) {
+    void* const library = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) {
+        return false;
+    }
+    dlclose(library);
+    return true;
+}
+
 template <typename Function>
 bool find(const Vulkan& vulkan, VkInstance instance, const char* name, Function& function) {
     function = reinterpret_cast<Function>(vulkan.getInstanceProcAddr(instance, name));
@@ -93,12 +102,11 @@ std::optional<std::vector<GraphicsAdapter>> listAdapters(const Vulkan& vulkan, V
 }  // namespace
 
 bool hasVulkanLoader() {
-    void* const library = dlopen(loaderName, RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        return false;
-    }
-    dlclose(library);
-    return true;
+    return isLoadable(loaderName);
+}
+
+bool hasNvidiaDriver() {
+    return isLoadable("libcuda.so.1");
 }
 
 std::optional<std::vector<GraphicsAdapter>> graphicsAdapters() {

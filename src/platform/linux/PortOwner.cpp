@@ -1,11 +1,20 @@
 #include "platform/linux/PortOwner.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
+
+#include "platform/linux/FileDescriptor.h"
+#include "platform/process.h"
 
 namespace {
 
@@ -83,4 +92,26 @@ std::optional<bool> listensOnPort(pid_t process, int32_t port) {
     }
     const std::optional<bool> held6 = tableHolds("/proc/net/tcp6", port, *files);
     return held6.has_value() ? held6 : held;
+}
+
+bool isPortTaken(int32_t port) {
+    // Binding to the port would tell too, but also fails for a minute after a server that shares its port.
+    constexpr int waitMs = 1000;
+    const FileDescriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    if (connect(probe.number, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        return true;
+    }
+    if (errno != EINPROGRESS) {
+        return false;
+    }
+    pollfd watched = {probe.number, POLLOUT, 0};
+    const int count = poll(&watched, 1, waitMs);
+    int error = 0;
+    socklen_t size = sizeof error;
+    getsockopt(probe.number, SOL_SOCKET, SO_ERROR, &error, &size);
+    return count == 0 || (count > 0 && error == 0);
 }

@@ -1,16 +1,16 @@
 #include "platform/linux/PulsePlayback.h"
 
-#include <pulse/context.h>
-#include <pulse/mainloop.h>
 #include <pulse/sample.h>
 #include <pulse/stream.h>
 #include <pulse/timeval.h>
 
 #include <utility>
 
+#include "platform/linux/PulseConnection.h"
+
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = PulseConnection::Clock;
 
 /// For each answer until the connection stands. A server that is well needs a few milliseconds, and one that
 /// hangs shall not keep a text for more than a second.
@@ -27,28 +27,25 @@ constexpr uint32_t buffersPerSecond = 5;
 
 struct PulsePlayback::Parts {
     pa_sample_spec format{};
-    pa_mainloop* loop = nullptr;
-    pa_context* context = nullptr;
+    PulseConnection connection;
     pa_stream* stream = nullptr;
     bool isStarted = false;
     bool isPlaying = false;  ///< the device has begun
     bool isLost = false;
     Clock::time_point deadline = Clock::time_point::max();
 
-    [[nodiscard]] bool isConnected() const {
-        return context != nullptr && pa_context_get_state(context) == PA_CONTEXT_READY;
-    }
-
     [[nodiscard]] bool isStreaming() const {
         return stream != nullptr && pa_stream_get_state(stream) == PA_STREAM_READY;
     }
 
     void allowTime() {
-        deadline = Clock::now() + (isPlaying ? stallLimit : isConnected() ? startLimit : connectLimit);
+        deadline = Clock::now() + (isPlaying                  ? stallLimit
+                                   : connection.isConnected() ? startLimit
+                                                              : connectLimit);
     }
 
     void openStream() {
-        stream = pa_stream_new(context, "Speech", &format, nullptr);
+        stream = pa_stream_new(connection.context, "Speech", &format, nullptr);
         if (stream == nullptr) {
             isLost = true;
             return;
@@ -79,21 +76,11 @@ struct PulsePlayback::Parts {
 
     void connect() {
         allowTime();
-        context = pa_context_new(pa_mainloop_get_api(loop), "Velu");
-        if (context == nullptr) {
-            isLost = true;
-            return;
-        }
-        pa_context_set_state_callback(
-            context,
-            [](pa_context* changed, void* parts) {
-                if (!PA_CONTEXT_IS_GOOD(pa_context_get_state(changed)))
-                    static_cast<Parts*>(parts)->isLost = true;
-                static_cast<Parts*>(parts)->allowTime();
-            },
-            this);
-        // A server that the user doesn't run isn't ours to start.
-        if (pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) != 0) isLost = true;
+        const auto onChange = [](pa_context* changed, void* parts) {
+            if (!PA_CONTEXT_IS_GOOD(pa_context_get_state(changed))) static_cast<Parts*>(parts)->isLost = true;
+            static_cast<Parts*>(parts)->allowTime();
+        };
+        if (!connection.connect(onChange, this)) isLost = true;
     }
 
     void closeStream() {
@@ -105,27 +92,17 @@ struct PulsePlayback::Parts {
         pa_stream_unref(stream);
         stream = nullptr;
     }
-
-    void closeContext() {
-        if (context == nullptr) return;
-        pa_context_set_state_callback(context, nullptr, nullptr);
-        pa_context_disconnect(context);
-        pa_context_unref(context);
-        context = nullptr;
-    }
 };
 
 PulsePlayback::PulsePlayback(std::unique_ptr<Parts> parts) : parts(std::move(parts)) {}
 
 PulsePlayback::~PulsePlayback() {
     stop();
-    pa_mainloop_free(parts->loop);
 }
 
 std::unique_ptr<PulsePlayback> PulsePlayback::create() {
     auto parts = std::make_unique<Parts>();
-    parts->loop = pa_mainloop_new();
-    if (parts->loop == nullptr) return nullptr;
+    if (parts->connection.loop == nullptr) return nullptr;
     return std::unique_ptr<PulsePlayback>(new PulsePlayback(std::move(parts)));
 }
 
@@ -146,7 +123,7 @@ bool PulsePlayback::isLost() const {
 
 void PulsePlayback::stop() {
     parts->closeStream();
-    parts->closeContext();
+    parts->connection.disconnect();
     parts->isStarted = parts->isPlaying = parts->isLost = false;
     parts->deadline = Clock::time_point::max();
 }
@@ -174,18 +151,11 @@ std::optional<uint64_t> PulsePlayback::heard() const {
 }
 
 void PulsePlayback::wait(std::chrono::microseconds longest) {
-    if (parts->isConnected() && parts->stream == nullptr) parts->openStream();
-    if (pa_mainloop_prepare(parts->loop, static_cast<int>(longest.count())) >= 0 &&
-        pa_mainloop_poll(parts->loop) >= 0) {
-        pa_mainloop_dispatch(parts->loop);
-    }
-    // All that has come in counts before a silence is judged, or a busy machine would look like a dead
-    // server.
-    while (pa_mainloop_iterate(parts->loop, 0, nullptr) > 0) {
-    }
+    if (parts->connection.isConnected() && parts->stream == nullptr) parts->openStream();
+    parts->connection.wait(longest);
     if (Clock::now() > parts->deadline && wanted() == 0) parts->isLost = true;
 }
 
 void PulsePlayback::wake() {
-    pa_mainloop_wakeup(parts->loop);
+    parts->connection.wake();
 }

@@ -19,4 +19,11 @@ const PlatformTexts platformTexts = {
     "Velu couldn't start her 3D renderer (see velu.log in %LOCALAPPDATA%\\Velu).",
     "Start Velu when Windows starts",
     "Windows default",
+    "No Windows speech engine build found.",
+    "whisper-server",
+    "whisper-bin-ubuntu-" VELU_ENGINE_PROCESSOR ".tar.gz",
+    VELU_ENGINE_PROCESSOR ".tar.gz",
+    "waveInOpen failed: ",
+    "I couldn't open the microphone. Check Windows Settings > Privacy > Microphone.",
+    "I can't hear anything. Check Windows Settings > Privacy > Microphone and allow desktop apps.",
 };

@@ -1,0 +1,121 @@
+#!/usr/bin/env python3
+# make-wake-model.py PACKAGED_MODEL FOLDER
+# Makes the model with which PocketSphinx listens for the name: the packaged American English acoustic model as it is,
+# and beside it a dictionary and two language models of our own. Those hold the name in the ways it is said, and the
+# commonest words of English, which stand for all other speech: what sounds more like one of them isn't the name.
+# "wake.lm" is for listening all the time and lets much pass; "doubt.lm" is for a second look at what has passed, and
+# in it the words that sound much like the name are commoner than in any text.
+# PACKAGED_MODEL is the folder "en-us" of the Debian package pocketsphinx-en-us. How common a word is, and how it is
+# said, is taken from the package's own language model and dictionary. bench/README.md tells how the numbers were found.
+import math
+import os
+import shutil
+import struct
+import sys
+
+NAMES = {
+    "velu": ["V EH L UW", "V EY L UW", "V EH L Y UW"],
+    "vellu": ["V AH L UW", "V IH L UW"],
+    "belu": ["B EH L UW"],
+}
+# How common the name is, as a logarithm to base 10: far commoner than in any text, as common as here.
+WAKE_LOG10 = -2.5
+DOUBT_LOG10 = -2.0
+COMMONEST = 8000
+# A word sounds much like the name when a part of it is this near to the name, with the distances of single sounds
+# below. Those rarer than RAREST are left out: they would be other spellings of the name more than words anyone says.
+NEAR = 1.0
+RAREST = -6.2
+NEAR_GAIN = 2.0  # by how much such a word is commoner in the second look
+CONSONANT = {"V": 0, "F": .3, "B": .3, "DH": .4, "D": .5, "TH": .6, "W": .6, "P": .7}
+VOWEL = {"EH": 0, "IH": .2, "EY": .2, "AE": .2, "AH": .3, "IY": .5, "UH": .5, "AW": .6, "AY": .6, "ER": .6, "OW": .6}
+ENDING = {"UW": 0, "UH": .3, "OW": .3, "AH": .4, "IY": .5, "IH": .5, "Y": .5, "ER": .5, "AA": .6, "EH": .6, "AO": .6}
+GLIDE = .2  # for a Y before the ending
+NO_ENDING = .9
+ACOUSTIC_FILES = ["feat.params", "mdef", "means", "noisedict", "sendump", "transition_matrices", "variances"]
+
+
+def read_unigrams(path):
+    """The words of a binary language model with the logarithm to base 10 of how common each is."""
+    with open(path, "rb") as file:
+        data = file.read()
+    magic = b"Trie Language Model"
+    if not data.startswith(magic):
+        raise SystemExit(f"make-wake-model.py: {path} isn't a language model of the expected kind")
+    order = data[len(magic)]
+    counts = struct.unpack_from(f"<{order}I", data, len(magic) + 1)
+    # The type of quantisation, then its tables: 65536 numbers for the probabilities of each order above one, and as
+    # many for the back-off weights of those that aren't the highest.
+    unigrams = len(magic) + 1 + 4 * order + 4 + 4 * 65536 * (2 * (order - 2) + 1)
+    # The words stand at the end, each with a zero behind it, after the length of all of them.
+    at = next(at for at in range(len(data) - 4, 0, -1) if struct.unpack_from("<I", data, at)[0] == len(data) - at - 4)
+    words = data[at + 4:].split(b"\0")[:counts[0]]
+    unit = math.log10(1.0001)  # the base of the library's logarithms
+    return {word.decode(): struct.unpack_from("<f", data, unigrams + 12 * index)[0] * unit
+            for index, word in enumerate(words)}
+
+
+def read_dictionary(path):
+    """Word to all the ways it is said."""
+    spoken = {}
+    with open(path, encoding="utf-8") as file:
+        for line in file:
+            word, _, sounds = line.strip().partition(" ")
+            spoken.setdefault(word.split("(")[0], []).append(sounds.strip())
+    return spoken
+
+
+def distance(sounds):
+    """Of that part of a word which is nearest to the name, whose L must be there."""
+    nearest = math.inf
+    for consonant, vowel, middle, *rest in (sounds[at:] for at in range(len(sounds) - 2)):
+        if consonant in CONSONANT and vowel in VOWEL and middle == "L":
+            glides = len(rest) > 1 and rest[0] == "Y"
+            ending = ENDING.get(rest[glides], math.inf) if rest else NO_ENDING
+            nearest = min(nearest, CONSONANT[consonant] + VOWEL[vowel] + GLIDE * glides + ending)
+    return nearest
+
+
+def choose_words(probabilities, spoken):
+    """The commonest words, and those that sound much like the name; none that is said as the name is."""
+    names = {sounds for ways in NAMES.values() for sounds in ways}
+    known = [word for word in sorted(probabilities, key=lambda word: (-probabilities[word], word))
+             if word in spoken and word not in NAMES and not names.intersection(spoken[word])]
+    near = {word for word in known if probabilities[word] > RAREST
+            and min(distance(sounds.split()) for sounds in spoken[word]) <= NEAR}
+    return near.union(known[:COMMONEST]), near
+
+
+def write_dictionary(path, entries):
+    with open(path, "w", encoding="utf-8") as file:
+        for word in sorted(entries):
+            for number, sounds in enumerate(entries[word], 1):
+                file.write(f"{word}{f'({number})' if number > 1 else ''} {sounds}\n")
+
+
+def write_language_model(path, log10s):
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(f"\\data\\\nngram 1={len(log10s)}\n\n\\1-grams:\n")
+        for word in sorted(log10s):
+            file.write(f"{log10s[word]:.4f} {word}\n")
+        file.write("\n\\end\\\n")
+
+
+def main():
+    packaged, folder = sys.argv[1:]
+    probabilities = read_unigrams(os.path.join(packaged, "en-us.lm.bin"))
+    spoken = read_dictionary(os.path.join(packaged, "cmudict-en-us.dict"))
+    words, near = choose_words(probabilities, spoken)
+    os.makedirs(folder, exist_ok=True)
+    for file in ACOUSTIC_FILES:
+        shutil.copyfile(os.path.join(packaged, "en-us", file), os.path.join(folder, file))
+    write_dictionary(os.path.join(folder, "wake.dict"), {word: spoken[word] for word in words} | NAMES)
+    edges = {"<s>": -99.0, "</s>": probabilities["</s>"]}
+    log10s = {word: probabilities[word] for word in words} | edges
+    write_language_model(os.path.join(folder, "doubt.lm"),
+                         log10s | {word: log10s[word] + NEAR_GAIN for word in near}
+                         | {name: DOUBT_LOG10 for name in NAMES})
+    write_language_model(os.path.join(folder, "wake.lm"), log10s | {name: WAKE_LOG10 for name in NAMES})
+
+
+main()

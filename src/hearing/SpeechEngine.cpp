@@ -1,0 +1,163 @@
+#include "hearing/SpeechEngine.h"
+
+#include <filesystem>
+
+#include "brain/EngineInstaller.h"
+#include "brain/ModelCatalogue.h"
+#include "brain/ModelDownloader.h"
+#include "brain/ReleaseListing.h"
+#include "brain/ServerLaunch.h"
+#include "foundation/Files.h"
+#include "foundation/Log.h"
+#include "foundation/Paths.h"
+#include "foundation/Ticks.h"
+#include "hearing/SpeechFolders.h"
+#include "platform/texts.h"
+
+namespace {
+
+constexpr uint64_t modelBytes = 147964211;         // of the published file
+constexpr uint64_t modelPresentBytes = 140566000;  // 95 %: the publisher may have made it anew since
+constexpr size_t leastSamples = 3200;              // 200 ms
+constexpr int32_t transcriptionLimitMs = 60000;
+
+std::string modelFile() {
+    return joinPath(modelsFolder(), "ggml-base.en.bin");
+}
+
+}  // namespace
+
+bool SpeechEngine::start(const StatusFn& onStatus, CancelFlag* cancel) {
+    if (ready) return true;
+    return ensureEngine(onStatus, cancel) && ensureModel(onStatus, cancel) && launchServer(cancel);
+}
+
+void SpeechEngine::stop() {
+    stopUpgrade = true;
+    if (upgradeThread.joinable()) upgradeThread.join();
+    ready = false;
+    process.end();
+}
+
+std::string SpeechEngine::transcribe(const std::vector<int16_t>& samples, CancelFlag* cancel) {
+    if (!ready || samples.size() < leastSamples) return {};
+    const auto turn = lockUnlessCancelled(lock, cancel);
+    const HttpResponse response =
+        turn ? postInference(port, samples, cancel, transcriptionLimitMs) : HttpResponse{0, {}, "cancelled"};
+    if (response.status != 200) {
+        logLine("transcribe failed: %d %s", response.status, response.error.c_str());
+        return {};
+    }
+    return cleanTranscript(response.body);
+}
+
+HttpResponse SpeechEngine::postInference(int32_t port, const std::vector<int16_t>& samples,
+                                         CancelFlag* cancel, int32_t timeoutMs) {
+    HttpRequest request;
+    request.method = "POST";
+    request.headers = {{"Content-Type", inferenceContentType}};
+    request.body = inferenceBody(samples);
+    request.receiveTimeoutMs = timeoutMs;
+    request.cancel = cancel;
+    request.startsCancelled = false;
+    return HttpClient::send("http://127.0.0.1:" + std::to_string(port) + "/inference", request);
+}
+
+bool SpeechEngine::ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) const {
+    if (!findServerExe(speechFolder(), 0).empty()) return true;
+    onStatus("Finding the speech engine...");
+    const HttpResponse listing = fetchReleaseListing(endpoints.releases, "ggml-org/whisper.cpp", cancel);
+    if (listing.status != 200 || !listing.error.empty()) {
+        onStatus("Couldn't reach GitHub for the speech engine.");
+        return false;
+    }
+    const std::string url =
+        chooseAsset(listing.body, [](const std::string& name) { return name == platformTexts.speechAsset; });
+    if (url.empty()) {
+        onStatus(platformTexts.noSpeechBuild);
+        return false;
+    }
+    const std::string archive = joinPath(speechFolder(), "engine.zip");
+    HttpResponse response;
+    switch (downloadArchive(url, archive, {}, cancel, response)) {
+        case ArchiveDownload::notOpened:
+            return false;
+        case ArchiveDownload::failed:
+            onStatus("Speech engine download failed.");
+            return false;
+        case ArchiveDownload::complete:
+            break;
+    }
+    onStatus("Unpacking speech engine...");
+    const bool isInstalled =
+        installArchive(archive, speechFolder(), {platformTexts.speechProgram, serverSearchDepth, false},
+                       speechUnpackLimitMs, cancel);
+    removeFile(archive);
+    return isInstalled && !findServerExe(speechFolder(), 0).empty();
+}
+
+bool SpeechEngine::ensureModel(const StatusFn& onStatus, CancelFlag* cancel) const {
+    ModelDownload download;
+    download.url = endpoints.models + "/ggerganov/whisper.cpp/resolve/main/ggml-base.en.bin";
+    download.path = modelFile();
+    if (isFile(download.path) && fileSize(download.path) >= modelPresentBytes) return true;
+    download.attempts = 3;
+    download.pauseMs = downloadPauseMs;
+    download.progressIntervalMs = 500;
+    download.onProgress = [&](uint64_t done, uint64_t total) {
+        const uint64_t percent = done * 100 / (total == 0 ? modelBytes : total);
+        onStatus("Downloading ears... " + std::to_string(percent) + "%");
+    };
+    download.onFailure = [](int32_t attempt, const HttpResponse& response) {
+        logLine("whisper model download attempt %d failed: %d %s", attempt, response.status,
+                response.error.c_str());
+    };
+    return downloadModel(download, cancel) == DownloadResult::complete;
+}
+
+bool SpeechEngine::launchServer(CancelFlag* cancel) {
+    ready = false;
+    process.end();
+    if (launchCuda(cancel)) {
+        ready = true;
+        return true;
+    }
+    const std::string exe = findServerExe(speechFolder(), 0);
+    if (exe.empty() || !launch(exe, port, "whisper-server.log", process, cancel)) return false;
+    ready = true;
+    beginUpgrade();
+    return true;
+}
+
+/// Launches the CUDA build that an earlier run has brought in, unless it is ruled out on this machine.
+bool SpeechEngine::launchCuda(CancelFlag* cancel) {
+    if (isFile(cudaMarkerFile())) return false;
+    const std::string exe = findServerExe(speechCudaFolder(), 0);
+    if (exe.empty()) return false;
+    if (launch(exe, port, "whisper-server.log", process, cancel)) {
+        logLine("stt: using CUDA engine");
+        return true;
+    }
+    process.end();
+    logLine("stt: CUDA engine failed to start, using CPU");
+    writeWholeFile(cudaMarkerFile(), "CUDA whisper-server failed to start\n");
+    return false;
+}
+
+bool SpeechEngine::launch(const std::string& exe, int32_t serverPort, const std::string& logName,
+                          ChildProcess& slot, CancelFlag* cancel) const {
+    slot.end();
+    // Two servers can share a port, and a stranger would then get half of what was said.
+    if (isPortTaken(serverPort)) {
+        logLine("stt: port %d is taken by another program", serverPort);
+        return false;
+    }
+    ProcessOptions options;
+    options.executable = exe;
+    options.arguments = {"-m", modelFile(), "--host", "127.0.0.1", "--port", std::to_string(serverPort),
+                         "-t", "4",         "-ac",    "768",       "-l",     "en"};
+    options.workingFolder = std::filesystem::path(exe).parent_path().string();
+    options.logFile = joinPath(dataFolder(), logName);
+    return slot.start(options) &&
+           waitForHealth(slot, serverPort, "/", healthTries, cancel) == ServerHealth::ready;
+}
