@@ -19,7 +19,7 @@ RATE = 16000
 SPOKEN = [
     ("one-breath", "velu, what time is it", 400),
     ("name-alone", "velu", 1000),
-    ("name-sixth", "could you please tell me velu what the time is", 2500),
+    ("name-sixth", "could you please tell me, velu, what the time is", 2500),
     ("follow-up", "in half an hour", 4000),
     ("near-sounds", "the value of the valley is below what we knew. a fellow in yellow said hello to a bell.", None),
     ("talk", "yesterday we went to the market and bought some apples. then it began to rain, so we took the bus home.",

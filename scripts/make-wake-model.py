@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 # make-wake-model.py PACKAGED_MODEL FOLDER
 # Makes the model with which PocketSphinx listens for the name: the packaged American English acoustic model as it is,
-# and beside it a dictionary and two language models of our own. Those hold the name in the ways it is said, and the
+# and beside it dictionaries and language models of our own. Those hold the name in the ways it is said, and the
 # commonest words of English, which stand for all other speech: what sounds more like one of them isn't the name.
-# "wake.lm" is for listening all the time and lets much pass; "doubt.lm" is for a second look at what has passed, and
-# in it the words that sound much like the name are commoner than in any text.
+# "wake.dict" and "wake.lm" are for listening all the time and let much pass. "look.dict" is for a second look at what
+# has passed, with fewer words: once with "named.lm", where the name is as likely as can be, and once with
+# "nameless.lm", where it isn't at all. How much better it is with the name tells whether that was said.
 # PACKAGED_MODEL is the folder "en-us" of the Debian package pocketsphinx-en-us. How common a word is, and how it is
 # said, is taken from the package's own language model and dictionary. bench/README.md tells how the numbers were found.
 import math
@@ -18,15 +19,15 @@ NAMES = {
     "vellu": ["V AH L UW", "V IH L UW"],
     "belu": ["B EH L UW"],
 }
-# How common the name is, as a logarithm to base 10: far commoner than in any text, as common as here.
-WAKE_LOG10 = -2.5
-DOUBT_LOG10 = -2.0
-COMMONEST = 8000
-# A word sounds much like the name when a part of it is this near to the name, with the distances of single sounds
-# below. Those rarer than RAREST are left out: they would be other spellings of the name more than words anyone says.
+# How common the name is, as a logarithm to base 10: far commoner than in any text.
+WAKE_LOG10 = -1.0
+LOOK_LOG10 = -0.3
+COMMONEST = {"wake": 8000, "look": 2000}
+# To those come the words that sound much like the name: a part of such a word is this near to it, with the distances
+# of single sounds below. Those rarer than RAREST are left out: they would be other spellings of the name more than
+# words anyone says.
 NEAR = 1.0
 RAREST = -6.2
-NEAR_GAIN = 2.0  # by how much such a word is commoner in the second look
 CONSONANT = {"V": 0, "F": .3, "B": .3, "DH": .4, "D": .5, "TH": .6, "W": .6, "P": .7}
 VOWEL = {"EH": 0, "IH": .2, "EY": .2, "AE": .2, "AH": .3, "IY": .5, "UH": .5, "AW": .6, "AY": .6, "ER": .6, "OW": .6}
 ENDING = {"UW": 0, "UH": .3, "OW": .3, "AH": .4, "IY": .5, "IH": .5, "Y": .5, "ER": .5, "AA": .6, "EH": .6, "AO": .6}
@@ -76,14 +77,14 @@ def distance(sounds):
     return nearest
 
 
-def choose_words(probabilities, spoken):
+def choose_words(probabilities, spoken, commonest):
     """The commonest words, and those that sound much like the name; none that is said as the name is."""
     names = {sounds for ways in NAMES.values() for sounds in ways}
     known = [word for word in sorted(probabilities, key=lambda word: (-probabilities[word], word))
              if word in spoken and word not in NAMES and not names.intersection(spoken[word])]
     near = {word for word in known if probabilities[word] > RAREST
             and min(distance(sounds.split()) for sounds in spoken[word]) <= NEAR}
-    return near.union(known[:COMMONEST]), near
+    return near.union(known[:commonest])
 
 
 def write_dictionary(path, entries):
@@ -105,17 +106,18 @@ def main():
     packaged, folder = sys.argv[1:]
     probabilities = read_unigrams(os.path.join(packaged, "en-us.lm.bin"))
     spoken = read_dictionary(os.path.join(packaged, "cmudict-en-us.dict"))
-    words, near = choose_words(probabilities, spoken)
     os.makedirs(folder, exist_ok=True)
     for file in ACOUSTIC_FILES:
         shutil.copyfile(os.path.join(packaged, "en-us", file), os.path.join(folder, file))
-    write_dictionary(os.path.join(folder, "wake.dict"), {word: spoken[word] for word in words} | NAMES)
     edges = {"<s>": -99.0, "</s>": probabilities["</s>"]}
-    log10s = {word: probabilities[word] for word in words} | edges
-    write_language_model(os.path.join(folder, "doubt.lm"),
-                         log10s | {word: log10s[word] + NEAR_GAIN for word in near}
-                         | {name: DOUBT_LOG10 for name in NAMES})
-    write_language_model(os.path.join(folder, "wake.lm"), log10s | {name: WAKE_LOG10 for name in NAMES})
+    log10s = {}
+    for use, commonest in COMMONEST.items():
+        words = choose_words(probabilities, spoken, commonest)
+        write_dictionary(os.path.join(folder, use + ".dict"), {word: spoken[word] for word in words} | NAMES)
+        log10s[use] = {word: probabilities[word] for word in words} | edges
+    write_language_model(os.path.join(folder, "wake.lm"), log10s["wake"] | {name: WAKE_LOG10 for name in NAMES})
+    write_language_model(os.path.join(folder, "named.lm"), log10s["look"] | {name: LOOK_LOG10 for name in NAMES})
+    write_language_model(os.path.join(folder, "nameless.lm"), log10s["look"])
 
 
 main()

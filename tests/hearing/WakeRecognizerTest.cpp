@@ -82,6 +82,15 @@ TEST(WakeRecognizer, AFolderWithoutAModelIsRefused) {
     }
     EXPECT_FALSE(recognizer.loadModel(empty.path) && recognizer.createRecognizer(16000, wakeGrammar));
     EXPECT_FALSE(recognizer.isReady());
+    // Each file there and whole, but for one.
+    for (const char* broken : {"wake.lm", "named.lm", "nameless.lm"}) {
+        const TemporaryFolder folder;
+        for (const auto& file : std::filesystem::directory_iterator(WAKE_MODEL))
+            std::filesystem::copy_file(file, folder.path + "/" + file.path().filename().string());
+        std::filesystem::resize_file(folder.path + "/" + broken, 20);
+        EXPECT_FALSE(recognizer.loadModel(folder.path) && recognizer.createRecognizer(16000, wakeGrammar))
+            << broken;
+    }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 /// One decoder of PocketSphinx with the wake word's model.
 ///
@@ -16,11 +17,15 @@ public:
     /// speech.
     enum class Purpose { stream, stretch };
 
-    /// A word of the present hypothesis, with its first and last frame counted from the stretch's beginning.
+    /// A word of the present hypothesis, or a filler, with its first and last frame counted from the
+    /// stretch's beginning.
     struct Word {
         std::string text;
         int32_t first = 0;
         int32_t last = 0;
+
+        /// The stretch's edges, silence and noise.
+        [[nodiscard]] bool isFiller() const { return text.starts_with('<') || text.starts_with('['); }
     };
 
     static constexpr int32_t framesPerSecond = 100;
@@ -30,12 +35,14 @@ public:
     SphinxDecoder(const SphinxDecoder&) = delete;
     SphinxDecoder& operator=(const SphinxDecoder&) = delete;
 
-    /// Loads the model's files from the folder, with this one of its language models. Once. False when one of
-    /// them can't be used.
-    [[nodiscard]] bool open(const std::string& folder, const std::string& languageModel, float sampleRate,
-                            Purpose purpose);
+    /// Loads the model's files from the folder: "wake.dict" with "wake.lm" for a stream, "look.dict" with
+    /// "named.lm" and "nameless.lm" for a stretch. Once. False when one of them can't be used.
+    [[nodiscard]] bool open(const std::string& folder, float sampleRate, Purpose purpose);
 
     // The rest only when it is open.
+
+    /// Of a decoder for stretches: whether the next one may have the name in it. At first it may.
+    void expectName(bool isExpected);
 
     void begin();
     void take(std::span<const int16_t> samples);
@@ -44,9 +51,10 @@ public:
     [[nodiscard]] bool isInSpeech() const;
     [[nodiscard]] int32_t frameCount() const;
 
-    /// The last word of the present hypothesis for which `wanted` holds.
-    template <typename Wanted>
-    [[nodiscard]] std::optional<Word> lastWord(Wanted wanted) const;
+    [[nodiscard]] std::vector<Word> hypothesis() const;
+
+    /// How well the hypothesis fits, in the library's logarithmic unit; nothing when there is none.
+    [[nodiscard]] std::optional<int32_t> score() const;
 
     /// Expects the other's voice and microphone: what a decoder learns of them takes it seconds.
     void adaptLike(const SphinxDecoder& other);
@@ -54,20 +62,3 @@ public:
 private:
     ps_decoder_t* decoder = nullptr;
 };
-
-template <typename Wanted>
-std::optional<SphinxDecoder::Word> SphinxDecoder::lastWord(Wanted wanted) const {
-    std::optional<Word> found;
-    std::optional<int> begin;  // the library counts from the beginning of the stream
-    for (ps_seg_t* segment = ps_seg_iter(decoder); segment != nullptr; segment = ps_seg_next(segment)) {
-        int first = 0;
-        int last = 0;
-        ps_seg_frames(segment, &first, &last);
-        if (!begin) begin = first;
-        const std::string text = ps_seg_word(segment);
-        // A word with several ways to say it has their number behind it, in brackets.
-        std::string word = text.substr(0, text.find('('));
-        if (wanted(word)) found = Word{std::move(word), first - *begin, last - *begin};
-    }
-    return found;
-}
