@@ -17,6 +17,7 @@ targets=(velu)
 
 [ -x "$velu" ] || echo "run.sh: setting up and building Velu, once; this takes a few minutes" >&2
 "$root/scripts/install-packages.sh" build
+"$root/scripts/fetch-onnxruntime.sh" || true  # it has said that there will be no eyes
 # Whether the tests are built along is the test command's affair: its setting stays.
 mapfile -t settings < <(cat "$root/build/release/settings.txt" 2> /dev/null | tr ' ' '\n' | sed '/^$/d')
 "$root/scripts/build.sh" release "${settings[@]}" -- "${targets[@]}"

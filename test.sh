@@ -16,6 +16,7 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1:suppressions=$root/cmake/tsan-suppressions.txt}
 
 "$root/scripts/install-packages.sh" build test
+"$root/scripts/fetch-onnxruntime.sh"
 for preset in "${presets[@]}"; do
     echo "test.sh: building and running the tests ($preset)" >&2
     settings=()

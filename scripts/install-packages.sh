@@ -2,13 +2,14 @@
 # install-packages.sh SET...
 # Installs the Debian packages of the named sets, if any are missing: "build" to build and run Velu, "test" for the
 # tests, "bench" for what the benchmarks compare with, "fetch" for fetch-assets.sh, "lint" for the format and lint
-# checks, "fuzz" for the fuzz targets. As root, or through sudo. Asks the network for nothing when everything is there.
+# checks, "fuzz" for the fuzz targets, "eyes" for ONNX Runtime where the distribution has it. As root, or through sudo.
+# Asks the network for nothing when everything is there.
 set -euo pipefail
 
 packages=()
 for set in "$@"; do
     case $set in
-        build) packages+=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev libarchive-dev
+        build) packages+=(g++ cmake ninja-build pkg-config ca-certificates curl libcurl4-openssl-dev libarchive-dev
                           nlohmann-json3-dev libvulkan-dev libcpp-httplib-dev libglm-dev libtinygltf-dev
                           libstb-dev libepoxy-dev libegl-dev libgl1-mesa-dri qt6-base-dev libxcb1-dev
                           libxcb-shape0-dev libespeak-ng-dev espeak-ng-data libpulse-dev
@@ -18,6 +19,7 @@ for set in "$@"; do
         bench) packages+=(curl lynx w3m flite) ;;
         fetch) packages+=(python3-pip unzip curl) ;;
         lint) packages+=(clang-format clang-tidy git) ;;
+        eyes) packages+=(libonnxruntime-dev) ;;
         fuzz) packages+=(clang libclang-rt-14-dev) ;;
         *) echo "install-packages.sh: there is no package set '$set'" >&2; exit 2 ;;
     esac

@@ -7,12 +7,15 @@
 #include "core/CaptureMode.h"
 #include "core/CommandLine.h"
 #include "core/Companion.h"
+#include "core/FaceTestMode.h"
 #include "core/Help.h"
 #include "core/MicCaptureMode.h"
 #include "core/SearchMode.h"
 #include "core/WavTestMode.h"
 #include "core/WindowMode.h"
+#include "foundation/Files.h"
 #include "foundation/Log.h"
+#include "foundation/Paths.h"
 #include "foundation/Settings.h"
 #include "platform/system.h"
 
@@ -34,6 +37,7 @@ int runMode(Companion& companion, const ModeChoice& choice, const std::string& c
         case RunMode::micCapture:
             return runMicCaptureMode(companion, micCaptureOrder(choice.arguments));
         case RunMode::faceTest:
+            return runFaceTestMode(joinPath(exeFolder(), "assets/models"), facePaths(choice.arguments));
         case RunMode::cameraTest:
             return notBuiltYet("the sight");
         case RunMode::capture:

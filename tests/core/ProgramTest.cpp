@@ -156,9 +156,13 @@ TEST_F(Program, TellsWhatItIsAndWhatItCannotDoYet) {
     EXPECT_EQ(contentOf(shown).rfind("Velu ", 0), 0u);
     EXPECT_EQ(run({"--help"}), 0);
     EXPECT_NE(contentOf(shown).find("--ask QUESTION"), std::string::npos);
-    for (const char* mode : {"--facetest x", "--camtest x"}) {
-        EXPECT_EQ(run({mode}), 2) << mode;
-    }
+    EXPECT_EQ(run({"--camtest x"}), 2);
+}
+
+TEST_F(Program, LooksForFacesWhereThereAreModels) {
+    const int code = run({"--facetest", "nowhere.png"});
+    EXPECT_EQ(output(), code == 1 ? "[error] models\n" : "[error] cannot decode nowhere.png\n");
+    EXPECT_LE(code, 1);
 }
 
 }  // namespace

@@ -1,0 +1,74 @@
+#!/usr/bin/env python3
+"""make-face-networks.py FOLDER
+Makes two networks that see nothing, but have the inputs, the outputs and about the cost of the real face detector and
+face embedder, which needn't be at hand: "detector.onnx" and "embedder.onnx".
+"""
+
+import os
+import random
+import sys
+
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "models"))
+from onnxfile import INT64, Graph  # noqa: E402
+
+random.seed(1)
+SOME = [random.gauss(0, 0.05) for _ in range(4096)]
+
+
+def weights(g, dimensions):
+    count = 1
+    for size in dimensions:
+        count *= size
+    return g.constant((SOME * (count // len(SOME) + 1))[:count], dimensions)
+
+
+def convolve(g, tensor, before, after, side=3, stride=1, groups=1):
+    pads = [side // 2] * 4
+    return g.add("Conv", tensor, weights(g, [after, before // groups, side, side]), kernel_shape=[side, side],
+                 strides=[stride, stride], pads=pads, group=groups)
+
+
+def separable(g, tensor, before, after, stride=1):
+    """Each plane by itself, then across the planes."""
+    tensor = g.add("Relu", convolve(g, tensor, before, before, stride=stride, groups=before))
+    return g.add("Relu", convolve(g, tensor, before, after, side=1))
+
+
+def detector():
+    g = Graph([1, 3, 640, 640])
+    tensor = g.add("Relu", convolve(g, g.input, 3, 16, stride=2))
+    tensor = separable(g, tensor, 16, 16)
+    planes = 16
+    for stride in (4, 8, 16, 32):
+        tensor = separable(g, tensor, planes, 64, stride=2)
+        planes = 64
+        tensor = separable(g, tensor, 64, 64)
+        if stride == 4:
+            continue
+        branch = separable(g, tensor, 64, 64)
+        cells = (640 // stride) ** 2
+        for name, values in (("cls", 1), ("obj", 1), ("bbox", 4), ("kps", 10)):
+            head = convolve(g, separable(g, branch, 64, values), values, values)
+            head = g.add("Transpose", head, perm=[0, 2, 3, 1])
+            head = g.add("Reshape", head, g.constant([1, cells, values], kind=INT64))
+            g.output(f"{name}_{stride}", head, [1, cells, values])
+    return g
+
+
+def embedder():
+    g = Graph([1, 3, 112, 112])
+    tensor = g.add("Relu", convolve(g, g.input, 3, 32))
+    planes = 32
+    for after, stride in [(64, 1), (128, 2), (128, 1), (256, 2), (256, 1), (512, 2), (512, 1), (512, 1), (512, 1),
+                          (512, 1), (512, 1), (1024, 2), (1024, 1)]:
+        tensor = separable(g, tensor, planes, after, stride)
+        planes = after
+    flat = g.add("Reshape", tensor, g.constant([1, 1024 * 49], kind=INT64))
+    g.output("fc1", g.add("MatMul", flat, weights(g, [1024 * 49, 128])), [1, 128])
+    return g
+
+
+if __name__ == "__main__":
+    os.makedirs(sys.argv[1], exist_ok=True)
+    detector().write(os.path.join(sys.argv[1], "detector.onnx"))
+    embedder().write(os.path.join(sys.argv[1], "embedder.onnx"))

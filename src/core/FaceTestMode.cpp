@@ -1,0 +1,116 @@
+#include "core/FaceTestMode.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <exception>
+#include <limits>
+#include <string_view>
+
+#include "core/RunOutput.h"
+#include "foundation/Files.h"
+#include "foundation/Log.h"
+#include "vision/Embedding.h"
+#include "vision/FaceDetector.h"
+#include "vision/FaceEmbedder.h"
+#include "vision/PictureFile.h"
+
+namespace {
+
+/// Adds the words of a text between quotes, or before the first or behind the last, but those that touch one.
+void addWords(std::string_view text, bool isBehindQuote, bool isBeforeQuote,
+              std::vector<std::string>& paths) {
+    size_t begin = 0;
+    while (begin < text.size()) {
+        const size_t end = std::min(text.find(' ', begin), text.size());
+        const bool touches = (isBehindQuote && begin == 0) || (isBeforeQuote && end == text.size());
+        if (end > begin && !touches) paths.emplace_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+}
+
+/// A coordinate without its fraction; a network may put a box anywhere.
+int32_t whole(float value) {
+    constexpr auto most = static_cast<double>(std::numeric_limits<int32_t>::max());
+    return static_cast<int32_t>(std::clamp(static_cast<double>(value), -most, most));
+}
+
+std::vector<Face> facesIn(FaceDetector& detector, const Picture& picture) {
+    try {
+        return detector.detect(picture);
+    } catch (const std::exception& error) {
+        logLine("detect failed: %s", error.what());
+        return {};
+    }
+}
+
+std::vector<float> embeddingOf(FaceEmbedder& embedder, const Picture& picture, const Face& face) {
+    std::vector<float> embedding;
+    try {
+        if (embedder.embed(picture, face, embedding)) return embedding;
+    } catch (const std::exception& error) {
+        logLine("embed failed: %s", error.what());
+    }
+    return {};
+}
+
+std::string boxLine(const Face& face) {
+    return "  box " + std::to_string(whole(face.x)) + "," + std::to_string(whole(face.y)) + " " +
+           std::to_string(whole(face.w)) + "x" + std::to_string(whole(face.h)) + " score " +
+           std::to_string(face.score) + "\n";
+}
+
+}  // namespace
+
+std::vector<std::string> facePaths(const std::string& arguments) {
+    std::vector<std::string> paths;
+    const std::string_view text = arguments;
+    size_t at = 0;
+    while (true) {
+        const size_t opening = text.find('"', at);
+        const size_t closing = opening == std::string_view::npos ? opening : text.find('"', opening + 1);
+        const bool isQuoted = closing != std::string_view::npos;
+        addWords(text.substr(at, std::min(opening, text.size()) - at), at > 0, isQuoted, paths);
+        if (!isQuoted) return paths;
+        paths.emplace_back(text.substr(opening + 1, closing - opening - 1));
+        at = closing + 1;
+    }
+}
+
+std::string faceTestReport(FaceDetector& detector, FaceEmbedder& embedder,
+                           const std::vector<std::string>& paths) {
+    std::string report;
+    std::vector<std::vector<float>> embeddings;
+    for (const std::string& path : paths) {
+        PictureFile picture;
+        if (!picture.read(path)) {
+            report += "[error] cannot decode " + path + "\n";
+            continue;
+        }
+        const std::vector<Face> faces = facesIn(detector, picture.view());
+        report += path + ": " + std::to_string(picture.width) + "x" + std::to_string(picture.height) + ", " +
+                  std::to_string(faces.size()) + " face(s)\n";
+        for (const Face& face : faces)
+            report += boxLine(face);
+        if (faces.empty()) continue;
+        std::vector<float> embedding = embeddingOf(embedder, picture.view(), faces[0]);
+        if (!embedding.empty()) embeddings.push_back(std::move(embedding));
+    }
+    for (size_t i = 0; i + 1 < embeddings.size(); ++i) {
+        report += "cosine(" + std::to_string(i) + "," + std::to_string(i + 1) +
+                  ") = " + std::to_string(similarity(embeddings[i], embeddings[i + 1])) + "\n";
+    }
+    return report;
+}
+
+int runFaceTestMode(const std::string& models, const std::vector<std::string>& paths) {
+    try {
+        FaceDetector detector(joinPath(models, "yunet.onnx"));
+        FaceEmbedder embedder(joinPath(models, "sface.onnx"));
+        RunOutput::writeWhole(faceTestReport(detector, embedder, paths));
+        return 0;
+    } catch (const std::exception& error) {
+        logLine("vision model load failed: %s", error.what());
+        RunOutput::writeWhole("[error] models\n");
+        return 1;
+    }
+}

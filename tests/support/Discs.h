@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// A disc: a face to the tiny networks, and its colour is whose.
+struct Disc {
+    double x = 0;  ///< middle, in pixels from the picture's edges
+    double y = 0;
+    double radius = 0;
+    uint8_t red = 0;
+    uint8_t green = 0;
+    uint8_t blue = 0;
+};
+
+/// Discs on a dark ground: 4 bytes a pixel in the order blue, green, red, alpha, the top row first, no gaps.
+/// A network finds them apart as long as no row or column of pixels passes from one straight into the other.
+struct DiscPicture {
+    DiscPicture(int32_t width, int32_t height, const std::vector<Disc>& discs);
+
+    /// Writes it as a PNG file. Fails the current test when it can't.
+    void writePng(const std::string& path) const;
+
+    int32_t width;
+    int32_t height;
+    std::vector<uint8_t> pixels;
+};
+
+/// The full path of one of the tiny networks; "discs-320" finds discs and "colours" tells them apart, and
+/// tests/models/make-tiny-models.py has the others.
+std::string tinyModel(const std::string& name);
+
+/// Puts a detector and an embedder of the tiny networks into the folder, under the names that Velu looks for.
+/// Fails the current test when it can't.
+void installTinyModels(const std::string& folder, const std::string& detector = "discs-320",
+                       const std::string& embedder = "colours");
