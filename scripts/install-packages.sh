@@ -13,9 +13,11 @@ for set in "$@"; do
                           nlohmann-json3-dev libvulkan-dev libcpp-httplib-dev libglm-dev libtinygltf-dev
                           libstb-dev libepoxy-dev libegl-dev libgl1-mesa-dri qt6-base-dev libxcb1-dev
                           libxcb-shape0-dev libespeak-ng-dev espeak-ng-data libpulse-dev
-                          libpocketsphinx-dev pocketsphinx-en-us python3) ;;
+                          libpocketsphinx-dev pocketsphinx-en-us libgstreamer1.0-dev
+                          libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+                          gstreamer1.0-pipewire python3) ;;
         test) packages+=(libgtest-dev zlib1g-dev xvfb openbox picom xdotool trayer pulseaudio pulseaudio-utils
-                         flite) ;;
+                         flite pipewire wireplumber libpipewire-0.3-dev) ;;
         bench) packages+=(curl lynx w3m flite) ;;
         fetch) packages+=(python3-pip unzip curl) ;;
         lint) packages+=(clang-format clang-tidy git) ;;
