@@ -13,6 +13,7 @@ fi
 # gcc 12's runtime guesses the size of thread-local blocks from what lies before them, and now and then dies of it.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-intercept_tls_get_addr=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
+export LSAN_OPTIONS=${LSAN_OPTIONS:-print_suppressions=0:suppressions=$root/cmake/lsan-suppressions.txt}
 export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1:suppressions=$root/cmake/tsan-suppressions.txt}
 
 "$root/scripts/install-packages.sh" build test

@@ -36,7 +36,8 @@ struct Times {
 
 /// Whether the first line of the bubble has its text: bright, as neither the panel nor the status line is.
 bool showsText(const XDesktop& desktop, const Rect& panel) {
-    const Picture line = desktop.picture({panel.left + 14, panel.top + 12, panel.left + 60, panel.top + 32});
+    const Screenshot line =
+        desktop.picture({panel.left + 14, panel.top + 12, panel.left + 60, panel.top + 32});
     return std::any_of(line.pixels.begin(), line.pixels.end(),
                        [](const Colour& pixel) { return pixel.red > 200; });
 }

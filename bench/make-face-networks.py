@@ -12,19 +12,21 @@ sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "
 from onnxfile import INT64, Graph  # noqa: E402
 
 random.seed(1)
-SOME = [random.gauss(0, 0.05) for _ in range(4096)]
+SOME = [random.gauss(0, 1) for _ in range(4096)]
 
 
-def weights(g, dimensions):
+def weights(g, dimensions, inputs):
+    """So large that what comes out is about as large as what goes in, from so many values each."""
     count = 1
     for size in dimensions:
         count *= size
-    return g.constant((SOME * (count // len(SOME) + 1))[:count], dimensions)
+    scaled = [some * (2 / inputs) ** 0.5 for some in SOME]
+    return g.constant((scaled * (count // len(scaled) + 1))[:count], dimensions)
 
 
 def convolve(g, tensor, before, after, side=3, stride=1, groups=1):
     pads = [side // 2] * 4
-    return g.add("Conv", tensor, weights(g, [after, before // groups, side, side]), kernel_shape=[side, side],
+    return g.add("Conv", tensor, weights(g, [after, before // groups, side, side], before // groups * side * side), kernel_shape=[side, side],
                  strides=[stride, stride], pads=pads, group=groups)
 
 
@@ -48,7 +50,8 @@ def detector():
         branch = separable(g, tensor, 64, 64)
         cells = (640 // stride) ** 2
         for name, values in (("cls", 1), ("obj", 1), ("bbox", 4), ("kps", 10)):
-            head = convolve(g, separable(g, branch, 64, values), values, values)
+            # Far too little to be taken for a face.
+            head = g.add("Mul", convolve(g, separable(g, branch, 64, values), values, values), 0.001)
             head = g.add("Transpose", head, perm=[0, 2, 3, 1])
             head = g.add("Reshape", head, g.constant([1, cells, values], kind=INT64))
             g.output(f"{name}_{stride}", head, [1, cells, values])
@@ -64,7 +67,7 @@ def embedder():
         tensor = separable(g, tensor, planes, after, stride)
         planes = after
     flat = g.add("Reshape", tensor, g.constant([1, 1024 * 49], kind=INT64))
-    g.output("fc1", g.add("MatMul", flat, weights(g, [1024 * 49, 128])), [1, 128])
+    g.output("fc1", g.add("MatMul", flat, weights(g, [1024 * 49, 128], 1024 * 49)), [1, 128])
     return g
 
 

@@ -5,9 +5,9 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 benchmarks=("$@")
-[ ${#benchmarks[@]} -gt 0 ] || benchmarks=(SentenceLatency DownloadThroughput AskStart HtmlToText HeadFrame IdleCompanion SpokenReply Listening WakeWord FaceNetworks)
+[ ${#benchmarks[@]} -gt 0 ] || benchmarks=(SentenceLatency DownloadThroughput AskStart HtmlToText HeadFrame IdleCompanion SpokenReply Listening WakeWord FaceNetworks Watching)
 "$root/scripts/install-packages.sh" build test bench
-"$root/scripts/fetch-onnxruntime.sh" || true  # only FaceNetworks needs it
+"$root/scripts/fetch-onnxruntime.sh" || true  # only FaceNetworks and Watching need it
 "$root/scripts/build.sh" release -DBUILD_TESTING=ON -- "${benchmarks[@]}"
 if [[ " ${benchmarks[*]} " = *" WakeWord "* ]]; then
     echo "run.sh: making the speech for WakeWord" >&2

@@ -48,16 +48,15 @@ fetch() {
     return 1
 }
 
-# The mirrors that this system's packages come from; where none has a newer Debian's, Debian's own.
-mirrors() {
-    apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 2> /dev/null | sort -u
-    echo https://deb.debian.org/debian
-}
-mapfile -t addresses < <(mirrors)
+# The mirrors that this system's packages come from have a newer Debian's, too.
+mapfile -t addresses < <(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 2> /dev/null | sort -u)
 for mirror in "${addresses[@]}"; do
     fetch "${mirror%/}/$header_package" "$work/header.deb" "$header_sum" && break
 done
-[ -f "$work/header.deb" ] || { cat "$work/log" >&2; fail "the header couldn't be fetched; is there a network?"; }
+if [ ! -f "$work/header.deb" ]; then
+    cat "$work/log" >&2 2> /dev/null || true
+    fail "the header couldn't be fetched; is there a network, and a mirror of Debian among apt's?"
+fi
 
 registry=${NPM_CONFIG_REGISTRY:-${npm_config_registry:-}}
 [ -n "$registry" ] || registry=$(npm config get registry 2> /dev/null) || registry=

@@ -117,6 +117,46 @@ void BringUp::restartEars() {
     startEarsWorker();
 }
 
+void BringUp::startEyesWorker() {
+    if (!Settings::instance().camOn || eyes.running) return;
+    eyesNumber = nextNumber();
+    eyesWorker.start([this, number = eyesNumber](CancelFlag* cancel) {
+        try {
+            workEyes(number, cancel);
+        } catch (const std::exception& error) {
+            logLine("eyes worker ended by an unexpected error: %s", error.what());
+        }
+    });
+}
+
+void BringUp::workEyes(uint64_t start, CancelFlag* cancel) {
+    // The eyes keep what tells of them longer than this may last.
+    const auto tell = [&queue = messages, start](const std::string& line) {
+        queue.post({MessageId::WM_APP_EARS_STATUS, 0, line, {}, start});
+    };
+    if (!eyesLoaded) {
+        if (!eyes.loadModels(faceModels)) {
+            if (!*cancel) tell("I couldn't load my face models.");
+            return;
+        }
+        eyesLoaded = true;
+    }
+    const std::lock_guard guard(eyesMutex);
+    if (*cancel) return;
+    eyes.onProblem = tell;
+    eyes.onGreet = [&queue = messages, start](const std::string& name) {
+        queue.post({MessageId::WM_APP_GREET, 0, name, {}, start});
+    };
+    (void)eyes.start("");
+}
+
+void BringUp::stopEyes() {
+    eyesWorker.cancel();
+    eyesNumber = nextNumber();  // what the camera still has to say is of no interest
+    const std::lock_guard guard(eyesMutex);
+    eyes.stop();
+}
+
 StatusFn BringUp::statusOf(uint64_t source) {
     return [this, source](const std::string& line) {
         messages.post({MessageId::WM_APP_BRAIN_STATUS, 0, line, {}, source});

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <mutex>
 
 #include "core/FramePacer.h"
 #include "core/Gestures.h"
 #include "core/MenuCommands.h"
 #include "core/Placement.h"
+#include "core/Sight.h"
 #include "foundation/Settings.h"
 #include "foundation/Ticks.h"
 #include "platform/system.h"
@@ -48,6 +50,9 @@ void Companion::windowProc(const Message& message) {
             break;
         case MessageId::WM_APP_EARS_STATUS:
             conversation.onEarsStatus(message);
+            break;
+        case MessageId::WM_APP_GREET:
+            if (!asleep) conversation.onGreet(message);
             break;
         case MessageId::WM_TIMER:
             everySecond();
@@ -126,6 +131,7 @@ void Companion::everySecond() {
     conversation.turnThread.reap();
     bringUp.brainWorker.reap();
     bringUp.earsWorker.reap();
+    bringUp.eyesWorker.reap();
     hearing.reap();
     if (Settings::instance().alwaysOnTop && !menu->isOpen() && !window->isOnTop()) window->setOnTop(true);
 }
@@ -182,7 +188,7 @@ void Companion::frame() {
 
     const Rect place = window->rect();
     bubble.anchor(place);
-    const Gaze gaze = gazeAt(desktop->cursor(), place);
+    const Gaze gaze = look(place);
     animator.gazeX = gaze.x;
     animator.gazeY = gaze.y;
     animator.watching = gaze.watching && !asleep;
@@ -195,6 +201,19 @@ void Companion::frame() {
     renderer.render(animator.pose);
     conversation.closeWhenDue(asleep);
     pacer.setRefreshRate(window->refreshRate());
+}
+
+Gaze Companion::look(Rect place) {
+    // A camera that is off, or has stopped by itself, sees nobody.
+    const Sighting sighting = eyes.running ? eyes.sighting() : Sighting();
+    const std::string seen = seenText(sighting);
+    if (seen != lastSeenText) {
+        lastSeenText = seen;
+        const std::lock_guard guard(assistant.mutex);
+        assistant.seenText = seen;
+    }
+    const std::optional<Gaze> face = gazeAtFace(sighting, tickCount());
+    return face ? *face : gazeAt(desktop->cursor(), place);
 }
 
 HeadState Companion::headState() const {

@@ -3,12 +3,14 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "assistant/Assistant.h"
 #include "brain/Brain.h"
 #include "core/BringUp.h"
 #include "core/Conversation.h"
 #include "core/FramePacer.h"
+#include "core/Gestures.h"
 #include "core/Hearing.h"
 #include "core/Messages.h"
 #include "foundation/Endpoints.h"
@@ -19,6 +21,7 @@
 #include "presence/HeadRenderer.h"
 #include "presence/SettingsWindow.h"
 #include "presence/VoiceOut.h"
+#include "vision/Eyes.h"
 
 /// The one application object: it owns the subsystems, from start to end of the process, and routes between
 /// them.
@@ -39,13 +42,14 @@ public:
     SpeechEngine speech;
     Ears ears;
     Hearing hearing{ears, speech, messages};
+    Eyes eyes;
     std::unique_ptr<Desktop> desktop;
     std::unique_ptr<HeadWindow> window;
     HeadRenderer renderer;
     HeadAnimator animator;
     VoiceOut voice;
     Bubble bubble;
-    BringUp bringUp{brain, assistant, speech, ears, messages};
+    BringUp bringUp{brain, assistant, speech, ears, eyes, messages};
     Conversation conversation{assistant, bringUp, ears, voice, bubble, messages};
     std::unique_ptr<MenuView> menu;
     SettingsWindow settingsWindow;
@@ -54,8 +58,9 @@ public:
     int32_t windowWidth = 204;   ///< of the head's window, pixels
     int32_t windowHeight = 240;  ///< of the head's window, pixels
     bool asleep = false;
-    bool dragMoved = false;  ///< this press has moved past the drag threshold
-    bool pressed = false;    ///< the left button went down on the head and hasn't come up
+    std::string lastSeenText;  ///< what the assistant was last told of who is seen
+    bool dragMoved = false;    ///< this press has moved past the drag threshold
+    bool pressed = false;      ///< the left button went down on the head and hasn't come up
     Point dragStartCursor;
     Point dragStartWindow;
     bool placeUnconfirmed = false;  ///< the window manager may not have left the head where it was dragged
@@ -82,6 +87,7 @@ private:
     void everySecond();
     void handleMessages();
     void frame();
+    [[nodiscard]] Gaze look(Rect place);
     [[nodiscard]] HeadState headState() const;
 
     FramePacer pacer;

@@ -97,8 +97,16 @@ void Conversation::onWake() {
     bubble.setStatus(listening);
 }
 
+void Conversation::onGreet(const Message& message) {
+    if (message.source != bringUp.eyesNumber) return;
+    if (thinking || bubble.typing || voice.pending >= 1) return;
+    say("Hi " + message.text + "!");
+}
+
 void Conversation::onEarsStatus(const Message& message) {
-    if (message.source != 0 && message.source != bringUp.earsNumber) return;
+    const bool isCurrent =
+        message.source == 0 || message.source == bringUp.earsNumber || message.source == bringUp.eyesNumber;
+    if (!isCurrent) return;
     if (thinking || bubble.typing) return;
     const std::string& line = message.text;
     if (isProgress(line)) {
@@ -108,7 +116,7 @@ void Conversation::onEarsStatus(const Message& message) {
         bubble.setStatus("");
         bubble.showText(line);
         bubbleHideAt = statementUntil = tickCount() + statementMs;
-    } else if (bubble.isVisible() && voice.pending < 1 && !ears.capturing) {
+    } else if (bubble.isVisible() && voice.pending < 1 && !ears.capturing && tickCount() >= statementUntil) {
         bubble.hide();
     }
 }

@@ -44,8 +44,9 @@ public:
     /// Shows a text that stays until it is replaced or the bubble's next close.
     void showNotice(const std::string& text);
 
-    // What the ears post.
+    // What ears and eyes post.
     void onWake();
+    void onGreet(const Message& message);
     void onEarsStatus(const Message& message);
     void decideUtterance(const Message& message);
 
@@ -72,7 +73,7 @@ public:
 
     bool thinking = false;        ///< a turn is in flight
     uint64_t turnNumber = 0;      ///< of the newest turn
-    uint64_t statementUntil = 0;  ///< until then a statement of the ears is to be read
+    uint64_t statementUntil = 0;  ///< until then a statement of ears or eyes is to be read
     bool listenPending = false;   ///< a follow-up is due as soon as it is quiet
     uint64_t bubbleHideAt = 0;    ///< when the bubble is due to close, of `tickCount`; 0: not set
     Speaking speaking;

@@ -2,16 +2,13 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <exception>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "core/RunOutput.h"
-#include "foundation/Files.h"
-#include "foundation/Log.h"
 #include "vision/Embedding.h"
-#include "vision/FaceDetector.h"
-#include "vision/FaceEmbedder.h"
+#include "vision/Eyes.h"
 #include "vision/PictureFile.h"
 
 namespace {
@@ -32,25 +29,6 @@ void addWords(std::string_view text, bool isBehindQuote, bool isBeforeQuote,
 int32_t whole(float value) {
     constexpr auto most = static_cast<double>(std::numeric_limits<int32_t>::max());
     return static_cast<int32_t>(std::clamp(static_cast<double>(value), -most, most));
-}
-
-std::vector<Face> facesIn(FaceDetector& detector, const Picture& picture) {
-    try {
-        return detector.detect(picture);
-    } catch (const std::exception& error) {
-        logLine("detect failed: %s", error.what());
-        return {};
-    }
-}
-
-std::vector<float> embeddingOf(FaceEmbedder& embedder, const Picture& picture, const Face& face) {
-    std::vector<float> embedding;
-    try {
-        if (embedder.embed(picture, face, embedding)) return embedding;
-    } catch (const std::exception& error) {
-        logLine("embed failed: %s", error.what());
-    }
-    return {};
 }
 
 std::string boxLine(const Face& face) {
@@ -76,8 +54,7 @@ std::vector<std::string> facePaths(const std::string& arguments) {
     }
 }
 
-std::string faceTestReport(FaceDetector& detector, FaceEmbedder& embedder,
-                           const std::vector<std::string>& paths) {
+std::string faceTestReport(Eyes& eyes, const std::vector<std::string>& paths) {
     std::string report;
     std::vector<std::vector<float>> embeddings;
     for (const std::string& path : paths) {
@@ -86,14 +63,14 @@ std::string faceTestReport(FaceDetector& detector, FaceEmbedder& embedder,
             report += "[error] cannot decode " + path + "\n";
             continue;
         }
-        const std::vector<Face> faces = facesIn(detector, picture.view());
+        const std::vector<Face> faces = eyes.detect(picture.view());
         report += path + ": " + std::to_string(picture.width) + "x" + std::to_string(picture.height) + ", " +
                   std::to_string(faces.size()) + " face(s)\n";
         for (const Face& face : faces)
             report += boxLine(face);
-        if (faces.empty()) continue;
-        std::vector<float> embedding = embeddingOf(embedder, picture.view(), faces[0]);
-        if (!embedding.empty()) embeddings.push_back(std::move(embedding));
+        std::vector<float> embedding;
+        if (!faces.empty() && eyes.embed(picture.view(), faces[0], embedding))
+            embeddings.push_back(std::move(embedding));
     }
     for (size_t i = 0; i + 1 < embeddings.size(); ++i) {
         report += "cosine(" + std::to_string(i) + "," + std::to_string(i + 1) +
@@ -102,15 +79,8 @@ std::string faceTestReport(FaceDetector& detector, FaceEmbedder& embedder,
     return report;
 }
 
-int runFaceTestMode(const std::string& models, const std::vector<std::string>& paths) {
-    try {
-        FaceDetector detector(joinPath(models, "yunet.onnx"));
-        FaceEmbedder embedder(joinPath(models, "sface.onnx"));
-        RunOutput::writeWhole(faceTestReport(detector, embedder, paths));
-        return 0;
-    } catch (const std::exception& error) {
-        logLine("vision model load failed: %s", error.what());
-        RunOutput::writeWhole("[error] models\n");
-        return 1;
-    }
+int runFaceTestMode(Eyes& eyes, const std::string& models, const std::vector<std::string>& paths) {
+    const bool isLoaded = eyes.loadModels(models);
+    RunOutput::writeWhole(isLoaded ? faceTestReport(eyes, paths) : "[error] models\n");
+    return isLoaded ? 0 : 1;
 }

@@ -1,6 +1,5 @@
 #include "core/MenuCommands.h"
 
-#include <atomic>
 #include <utility>
 
 #include "brain/ModelCatalogue.h"
@@ -46,10 +45,14 @@ void setMicOn(Companion& companion, bool on) {
     }
 }
 
-/// A switch of what isn't there yet: it is kept for the day when it is.
-void flip(std::atomic<bool>& choice) {
-    choice = !choice;
-    Settings::instance().save();
+void setCamOn(Companion& companion, bool on) {
+    Settings& settings = Settings::instance();
+    settings.camOn = on;
+    settings.save();
+    if (on)
+        companion.bringUp.startEyesWorker();
+    else
+        companion.bringUp.stopEyes();
 }
 
 void retryDownload(Companion& companion) {
@@ -67,6 +70,8 @@ void applySettings(Companion& companion, bool modelChanged) {
     if (!settings.voiceOn) companion.voice.stop();
     companion.placeWindow(true);
     if (modelChanged) companion.bringUp.startBrainWorker();
+    companion.bringUp.stopEyes();
+    companion.bringUp.startEyesWorker();
     companion.bringUp.restartEars();
     if (!settings.micOn) stopListening(companion);
 }
@@ -125,7 +130,7 @@ void carryOut(Companion& companion, MenuCommand command) {
             setMicOn(companion, !settings.micOn);
             break;
         case MenuCommand::useCamera:
-            flip(settings.camOn);
+            setCamOn(companion, !settings.camOn);
             break;
         case MenuCommand::settings:
             openSettings(companion);

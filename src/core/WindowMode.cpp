@@ -78,8 +78,13 @@ bool startCompanion(Companion& companion) {
     companion.desktop->screensChanged = [&companion] { companion.placeWindow(true); };
     companion.menu = std::make_unique<MenuView>(*companion.desktop, "Velu", menuEventsFor(companion));
     companion.hearing.listen();
+    // Before the engine reads what all turns begin with: the tools are a part of it.
+    companion.assistant.learnFace = [&companion](const std::string& name) {
+        return companion.eyes.learnFace(name);
+    };
     companion.bringUp.startBrainWorker();
     companion.bringUp.startEarsWorker();
+    companion.bringUp.startEyesWorker();
     greet(companion);
     return true;
 }
@@ -94,6 +99,7 @@ void shutDownCompanion(Companion& companion) {
     companion.desktop->processEvents();
     companion.bringUp.brainWorker.cancel();
     companion.bringUp.earsWorker.cancel();
+    companion.bringUp.eyesWorker.cancel();
     companion.hearing.end();
     companion.conversation.end();
     companion.conversation.turnThread.join();
@@ -101,6 +107,8 @@ void shutDownCompanion(Companion& companion) {
     companion.bringUp.earsWorker.join();
     companion.ears.stop();
     companion.hearing.join();
+    companion.bringUp.stopEyes();
+    companion.bringUp.eyesWorker.join();
     // Last: what was joined may have waited for their answers.
     companion.speech.stop();
     companion.brain.stop();

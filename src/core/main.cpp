@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/AskMode.h"
+#include "core/CameraTestMode.h"
 #include "core/CaptureMode.h"
 #include "core/CommandLine.h"
 #include "core/Companion.h"
@@ -13,18 +14,11 @@
 #include "core/SearchMode.h"
 #include "core/WavTestMode.h"
 #include "core/WindowMode.h"
-#include "foundation/Files.h"
 #include "foundation/Log.h"
-#include "foundation/Paths.h"
 #include "foundation/Settings.h"
 #include "platform/system.h"
 
 namespace {
-
-int notBuiltYet(const char* subsystem) {
-    std::fprintf(stderr, "velu: %s isn't built yet; --help tells what there is.\n", subsystem);
-    return 2;
-}
 
 int runMode(Companion& companion, const ModeChoice& choice, const std::string& commandLine) {
     switch (choice.mode) {
@@ -37,9 +31,9 @@ int runMode(Companion& companion, const ModeChoice& choice, const std::string& c
         case RunMode::micCapture:
             return runMicCaptureMode(companion, micCaptureOrder(choice.arguments));
         case RunMode::faceTest:
-            return runFaceTestMode(joinPath(exeFolder(), "assets/models"), facePaths(choice.arguments));
+            return runFaceTestMode(companion.eyes, companion.bringUp.faceModels, facePaths(choice.arguments));
         case RunMode::cameraTest:
-            return notBuiltYet("the sight");
+            return runCameraTestMode(companion, cameraTestOrder(choice.arguments, commandLine));
         case RunMode::capture:
             return runCaptureMode(commandLine);
         case RunMode::window:

@@ -25,3 +25,7 @@ const std::string& exeFolder() {
     static const std::string folder = executableFolder();
     return folder;
 }
+
+std::string assetPath(const std::string& name) {
+    return joinPath(joinPath(exeFolder(), "assets"), name);
+}

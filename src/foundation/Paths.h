@@ -8,5 +8,8 @@
 /// this user's data folder. Only its last level is created.
 const std::string& dataFolder();
 
-/// The folder of the executable; the read-only assets lie beside it.
+/// The folder of the executable.
 const std::string& exeFolder();
+
+/// The read-only asset of this name; they lie beside the executable.
+std::string assetPath(const std::string& name);

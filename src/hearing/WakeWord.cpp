@@ -24,7 +24,7 @@ std::string wordsOf(const nlohmann::json& result) {
 }  // namespace
 
 std::string wakeModelFolder() {
-    return joinPath(joinPath(exeFolder(), "assets"), "vosk-model-small-en-us-0.15");
+    return assetPath("vosk-model-small-en-us-0.15");
 }
 
 bool heardWakeWord(std::string_view json) {

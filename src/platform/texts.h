@@ -21,6 +21,8 @@ struct PlatformTexts {
         microphoneFailed;  ///< log line: it can't be opened; before the system's number for the reason
     const char* microphoneUnusable;  ///< bubble: the microphone is there and can't be opened
     const char* microphoneDeaf;      ///< bubble: it is open and brings nothing
+    const char* cameraUnusable;      ///< bubble: the camera is there and can't be opened
+    const char* cameraDark;          ///< bubble: it shows nothing but black
 };
 
 extern const PlatformTexts platformTexts;

@@ -11,7 +11,3 @@ std::vector<uint8_t> overGrey(const std::vector<uint8_t>& frame);
 
 /// The frame with straight alpha, its colours no longer multiplied: four channels, all 0 where alpha is 0.
 std::vector<uint8_t> withStraightAlpha(const std::vector<uint8_t>& frame);
-
-/// Writes a PNG file, top row first. False when it couldn't be written whole.
-[[nodiscard]] bool writePng(const std::string& path, int32_t width, int32_t height, int32_t channels,
-                            const std::vector<uint8_t>& pixels);

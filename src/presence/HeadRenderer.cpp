@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <glm/gtc/matrix_transform.hpp>
 
+#include "foundation/Png.h"
 #include "presence/HeadPicture.h"
 #include "presence/HeadShaders.h"
 

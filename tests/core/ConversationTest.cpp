@@ -62,7 +62,8 @@ protected:
     Ears ears;
     VoiceOut voice;
     Bubble bubble;
-    BringUp bringUp{brain, assistant, speech, ears, messages};
+    Eyes eyes;
+    BringUp bringUp{brain, assistant, speech, ears, eyes, messages};
     Conversation conversation{assistant, bringUp, ears, voice, bubble, messages};
 };
 

@@ -62,7 +62,8 @@ protected:
     SpeechEngine speech{nowhere};
     Ears ears;
     Hearing hearing{ears, speech, messages};
-    BringUp bringUp{brain, assistant, speech, ears, messages};
+    Eyes eyes;
+    BringUp bringUp{brain, assistant, speech, ears, eyes, messages};
 };
 
 TEST_F(EarsWorker, TellsWhatItCannotGetAndTriesAgain) {

@@ -11,8 +11,7 @@
 #include "support/Discs.h"
 #include "support/TemporaryFolder.h"
 #include "vision/Embedding.h"
-#include "vision/FaceDetector.h"
-#include "vision/FaceEmbedder.h"
+#include "vision/Eyes.h"
 
 namespace {
 
@@ -44,7 +43,8 @@ protected:
     }
 
     std::string linesFor(const std::vector<std::string>& paths, int expectedCode = 0) {
-        EXPECT_EQ(runFaceTestMode(folder.path, paths), expectedCode);
+        Eyes eyes;
+        EXPECT_EQ(runFaceTestMode(eyes, folder.path, paths), expectedCode);
         return contentOf("ask-output.txt");
     }
 

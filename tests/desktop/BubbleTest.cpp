@@ -63,12 +63,12 @@ protected:
     }
 
     /// The panel as it is on the screen, once it has its place and nothing changes any more.
-    Picture picture() {
-        Picture last;
+    Screenshot picture() {
+        Screenshot last;
         int steady = 0;
         EXPECT_TRUE(comes([&] {
             const Rect place = panel() == 0 ? Rect{} : display->rectangle(panel());
-            Picture now = display->picture(place);
+            Screenshot now = display->picture(place);
             steady = !now.pixels.empty() && now.pixels == last.pixels ? steady + 1 : 0;
             last = std::move(now);
             return steady == 20;
@@ -77,7 +77,7 @@ protected:
     }
 
     /// The pixels of a picture's part that are as bright as the main text.
-    static int64_t brightPixels(const Picture& picture, const Rect& part) {
+    static int64_t brightPixels(const Screenshot& picture, const Rect& part) {
         int64_t count = 0;
         for (int32_t y = part.top; y < part.bottom; ++y) {
             for (int32_t x = part.left; x < part.right; ++x)
@@ -197,7 +197,7 @@ TEST_F(BubbleOnDesktop, AClickDismissesAMessageButNotTheChatBox) {
 TEST_F(BubbleOnDesktop, TheNewestLinesAreInViewAndEveryCharacterStandsForItself) {
     prepare(XDesktop::Kind::managed);
     bubble->showText("&");
-    Picture seen = picture();
+    Screenshot seen = picture();
     EXPECT_GT(brightPixels(seen, {14, 12, 326, 56}), 20);
 
     std::string lines;

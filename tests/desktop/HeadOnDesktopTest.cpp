@@ -107,7 +107,7 @@ protected:
     bool showsHead(const Rect& place) const {
         const int32_t x = place.left + place.width() / 2;
         const int32_t y = place.top + place.height() / 2;
-        const Picture middle = desktop->picture({x - 5, y - 5, x + 5, y + 5});
+        const Screenshot middle = desktop->picture({x - 5, y - 5, x + 5, y + 5});
         return std::all_of(middle.pixels.begin(), middle.pixels.end(), [](const Colour& colour) {
             return !isChecker(colour) && colour.red + colour.green + colour.blue > 60;
         });
@@ -115,7 +115,7 @@ protected:
 
     /// The checkers that lie open in the four corners of a place, of 4 x 10 x 10 pixels.
     int32_t openCheckers(const Rect& place) const {
-        const Picture picture = desktop->picture();
+        const Screenshot picture = desktop->picture();
         int32_t count = 0;
         for (const int32_t left : {place.left, place.right - 10}) {
             for (const int32_t top : {place.top, place.bottom - 10}) {
@@ -196,7 +196,7 @@ TEST_F(HeadOnDesktop, ItsEdgeMixesWithWhatLiesBehindIt) {
     prepare(XDesktop::Kind::composited);
     startAt(firstPlace);
     desktop->paintBackdrop(green, green);
-    Picture picture;
+    Screenshot picture;
     ASSERT_TRUE(soon([&] {
         picture = desktop->picture(firstPlace);
         return std::none_of(picture.pixels.begin(), picture.pixels.end(), isChecker);
@@ -232,7 +232,7 @@ TEST_F(HeadOnDesktop, NoticesWhenACompositorComesOrGoes) {
     startAt(firstPlace);
     desktop->paintBackdrop(green, green);
     const auto count = [&](int32_t least, int32_t most) {
-        const Picture picture = desktop->picture(firstPlace);
+        const Screenshot picture = desktop->picture(firstPlace);
         return std::count_if(picture.pixels.begin(), picture.pixels.end(), [=](const Colour& colour) {
             return greenness(colour) >= least && greenness(colour) <= most;
         });

@@ -74,7 +74,7 @@ protected:
 
     /// A place on the tray's icon, if it can be seen: an eye.
     std::optional<Point> icon() const {
-        const Picture picture = display.picture({0, 0, XDesktop::width, 40});
+        const Screenshot picture = display.picture({0, 0, XDesktop::width, 40});
         const auto first = std::find(picture.pixels.begin(), picture.pixels.end(), eyes);
         if (first == picture.pixels.end()) return std::nullopt;
         const auto index = static_cast<int32_t>(first - picture.pixels.begin());

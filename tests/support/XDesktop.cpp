@@ -62,12 +62,12 @@ void enter(const std::string& folder) {
 
 }  // namespace
 
-const Colour& Picture::at(int32_t x, int32_t y) const {
+const Colour& Screenshot::at(int32_t x, int32_t y) const {
     if (x < 0 || y < 0 || x >= width || y >= height) throw std::runtime_error("a place beside the picture");
     return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
 }
 
-void Picture::save(const std::string& path) const {
+void Screenshot::save(const std::string& path) const {
     static_assert(sizeof(Colour) == 3);
     stbi_write_png(path.c_str(), width, height, 3, pixels.data(), 3 * width);
 }
@@ -135,8 +135,8 @@ void XDesktop::waitFor(const std::string& program, const std::function<bool()>& 
     }
 }
 
-Picture XDesktop::picture(const Rect& area) const {
-    Picture picture{area.width(), area.height(), {}};
+Screenshot XDesktop::picture(const Rect& area) const {
+    Screenshot picture{area.width(), area.height(), {}};
     picture.pixels.resize(static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height));
     const Rect seen{std::max(area.left, 0), std::max(area.top, 0), std::min(area.right, width),
                     std::min(area.bottom, height)};

@@ -23,7 +23,7 @@ struct Colour {
 };
 
 /// A part of the screen as it was at one moment.
-struct Picture {
+struct Screenshot {
     int32_t width = 0;
     int32_t height = 0;
     std::vector<Colour> pixels;  ///< row by row, the top one first
@@ -61,7 +61,7 @@ public:
     void startTray();
 
     /// What is on the screen within `area`, which may stick out over its edges; black lies there.
-    Picture picture(const Rect& area = {0, 0, width, height}) const;
+    Screenshot picture(const Rect& area = {0, 0, width, height}) const;
 
     /// Puts a window over the whole screen, below all others: a checkered one, its squares `square` pixels
     /// wide, the first in the corner of the screen, where no window may lie. A second call repaints it.

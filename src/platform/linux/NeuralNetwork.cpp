@@ -2,9 +2,6 @@
 
 #include <dlfcn.h>
 #include <onnxruntime_c_api.h>
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 #include <stdexcept>
 
@@ -51,12 +48,7 @@ struct Runtime {
     const OrtApi& api = findApi();
     OrtEnv* env = nullptr;
 
-    Runtime() {
-#ifdef __SANITIZE_ADDRESS__
-        const __lsan::ScopedDisabler itsOwnLeak;  // it loses a few bytes here, once
-#endif
-        check(api, api.CreateEnv(ORT_LOGGING_LEVEL_ERROR, "velu", &env));
-    }
+    Runtime() { check(api, api.CreateEnv(ORT_LOGGING_LEVEL_ERROR, "velu", &env)); }
 
     /// Where it couldn't be set up it is tried anew the next time.
     static const Runtime& get() {

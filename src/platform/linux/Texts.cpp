@@ -26,4 +26,6 @@ const PlatformTexts platformTexts = {
     "waveInOpen failed: ",
     "I couldn't open the microphone. Check Windows Settings > Privacy > Microphone.",
     "I can't hear anything. Check Windows Settings > Privacy > Microphone and allow desktop apps.",
+    "I couldn't open the camera. Check Windows Settings > Privacy > Camera and allow desktop apps.",
+    "My camera only shows black. Check the privacy shutter or Windows camera privacy settings.",
 };

@@ -1,0 +1,138 @@
+// What looking for people costs the companion, on a private desktop under Xvfb with a private camera of 30
+// pictures a second: its share of the processor with the camera off, with nobody before it, and with someone
+// it knows.
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <string>
+
+#include "Figures.h"
+#include "ProcessCost.h"
+#include "core/Companion.h"
+#include "foundation/Files.h"
+#include "foundation/Paths.h"
+#include "foundation/Settings.h"
+#include "support/CameraServer.h"
+#include "support/Discs.h"
+#include "support/TemporaryFolder.h"
+#include "support/XDesktop.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds settling{3000};
+constexpr milliseconds watched{20000};
+constexpr const char* camera = "Desk camera";
+
+void runFor(Companion& companion, milliseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end)
+        companion.pass();
+}
+
+/// In percent of a core, with a renderer that draws nothing.
+double shareOf(Companion& companion) {
+    runFor(companion, settling);
+    const double before = processorSeconds(getpid());
+    const int64_t begin = nanoseconds();
+    runFor(companion, watched);
+    return 100 * (processorSeconds(getpid()) - before) / (millisecondsBetween(begin, nanoseconds()) / 1000);
+}
+
+/// Puts these networks where a companion finds them.
+std::string install(const std::string& detector, const std::string& embedder) {
+    const std::string folder = joinPath(dataFolder(), "face-models");
+    std::filesystem::create_directories(folder);
+    constexpr auto over = std::filesystem::copy_options::overwrite_existing;
+    std::filesystem::copy_file(detector, folder + "/yunet.onnx", over);
+    std::filesystem::copy_file(embedder, folder + "/sface.onnx", over);
+    return folder;
+}
+
+/// The real network where it has been fetched, else the one of the same cost.
+std::string fileOf(const std::string& real, const std::string& made) {
+    return isFile(real) ? real : made;
+}
+
+struct Watching {
+    CameraServer cameras;
+    Companion companion;
+
+    explicit Watching(const std::string& models) {
+        std::string problem;
+        companion.desktop = Desktop::connect(problem);
+        companion.window =
+            HeadWindow::create(*companion.desktop, "Velu", companion.windowWidth, companion.windowHeight,
+                               {[](PointerAction, Point) {}, [] {}, {}}, problem);
+        companion.menu = std::make_unique<MenuView>(
+            *companion.desktop, "Velu", MenuViewEvents{[] { return std::vector<MenuItem>(); }, {}, {}});
+        companion.placeWindow(false);
+        companion.bringUp.faceModels = models;
+        cameras.plugIn(camera, {"YUY2:640x480@30"});
+    }
+
+    void show(const std::vector<Disc>& discs) {
+        const DiscPicture picture(640, 480, discs);
+        cameras.show(camera, {picture.width, picture.height, picture.pixels});
+    }
+
+    /// False when the camera doesn't come up.
+    [[nodiscard]] bool open() {
+        Settings::instance().camOn = true;
+        companion.bringUp.startEyesWorker();
+        for (int i = 0; i < 100 && !companion.eyes.running; ++i)
+            runFor(companion, milliseconds(100));
+        return companion.eyes.running;
+    }
+};
+
+int measure() {
+    XDesktop desktop(XDesktop::Kind::composited);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
+    setenv("VELU_HOME", desktop.folder.path.c_str(), 1);
+    const std::string embedder = fileOf(REAL_NETWORKS "/sface.onnx", MADE_NETWORKS "/embedder.onnx");
+    {
+        Watching watching(
+            install(fileOf(REAL_NETWORKS "/yunet.onnx", MADE_NETWORKS "/detector.onnx"), embedder));
+        watching.show({});
+        std::printf("Watching: camera off, without drawing: %.2f %% of a core\n",
+                    shareOf(watching.companion));
+        if (!watching.open()) return 1;
+        std::printf("Watching: camera on, nobody there: %.2f %% of a core\n", shareOf(watching.companion));
+        watching.companion.eyes.stop();
+    }
+    Watching watching(install(tinyModel("discs-320"), embedder));
+    watching.show({});
+    if (!watching.open()) return 1;
+    const double nobody = shareOf(watching.companion);
+    watching.show({{.x = 320, .y = 240, .radius = 80, .red = 230, .green = 20, .blue = 20}});
+    runFor(watching.companion, settling);
+    (void)watching.companion.eyes.learnFace("Ada");
+    const double someone = shareOf(watching.companion);
+    const bool isSeen = watching.companion.eyes.sighting().name == "Ada";
+    watching.companion.eyes.stop();
+    if (!isSeen) return 1;
+    std::printf("Watching: someone there whose name is known: %.2f %% of a core more\n", someone - nobody);
+    return 0;
+}
+
+}  // namespace
+
+int main() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
+    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
+    try {
+        const int code = measure();
+        if (code != 0) std::printf("Watching: not measured; the camera shows nobody\n");
+        return code;
+    } catch (const std::exception& error) {
+        std::printf("Watching: not measured; %s\n", error.what());
+        return 1;
+    }
+}
