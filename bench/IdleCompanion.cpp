@@ -16,6 +16,7 @@
 
 #include "Figures.h"
 #include "ProcessCost.h"
+#include "UndrawnCompanion.h"
 #include "core/Companion.h"
 #include "foundation/Files.h"
 #include "support/TemporaryFolder.h"
@@ -51,14 +52,7 @@ std::optional<double> timeToFirstFrame(const XDesktop& desktop, std::unique_ptr<
 /// The share of one processor core that the main loop takes with a renderer that draws nothing.
 double shareWithoutDrawing() {
     Companion companion;
-    std::string problem;
-    companion.desktop = Desktop::connect(problem);
-    companion.window =
-        HeadWindow::create(*companion.desktop, "Velu", companion.windowWidth, companion.windowHeight,
-                           {[](PointerAction, Point) {}, [] {}, {}}, problem);
-    companion.menu = std::make_unique<MenuView>(
-        *companion.desktop, "Velu", MenuViewEvents{[] { return std::vector<MenuItem>(); }, {}, {}});
-    companion.placeWindow(false);
+    openUndrawn(companion);
     std::jthread end([&companion] {
         std::this_thread::sleep_for(watchedWithoutDrawing);
         companion.messages.post({MessageId::WM_DESTROY});

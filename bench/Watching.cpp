@@ -13,6 +13,7 @@
 
 #include "Figures.h"
 #include "ProcessCost.h"
+#include "UndrawnCompanion.h"
 #include "core/Companion.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
@@ -65,14 +66,7 @@ struct Watching {
     Companion companion;
 
     explicit Watching(const std::string& models) {
-        std::string problem;
-        companion.desktop = Desktop::connect(problem);
-        companion.window =
-            HeadWindow::create(*companion.desktop, "Velu", companion.windowWidth, companion.windowHeight,
-                               {[](PointerAction, Point) {}, [] {}, {}}, problem);
-        companion.menu = std::make_unique<MenuView>(
-            *companion.desktop, "Velu", MenuViewEvents{[] { return std::vector<MenuItem>(); }, {}, {}});
-        companion.placeWindow(false);
+        openUndrawn(companion);
         companion.bringUp.faceModels = models;
         cameras.plugIn(camera, {"YUY2:640x480@30"});
     }
