@@ -99,7 +99,8 @@ void Conversation::onWake() {
 
 void Conversation::onGreet(const Message& message) {
     if (message.source != bringUp.eyesNumber) return;
-    if (thinking || bubble.typing || voice.pending >= 1) return;
+    // What is said without a voice is being read, and isn't written over either.
+    if (thinking || bubble.typing || isSpeaking()) return;
     say("Hi " + message.text + "!");
 }
 

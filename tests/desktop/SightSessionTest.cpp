@@ -16,7 +16,7 @@ using std::chrono::milliseconds;
 constexpr const char* introductions = R"({"replies": [
     {"when": "Ada", "role": "user", "calls": [{"name": "learn_face", "arguments": {"name": "Ada"}}]},
     {"when": "Bob", "role": "user", "calls": [{"name": "learn_face", "arguments": {"name": "Bob"}}]},
-    {"role": "tool", "when": "", "text": "Nice to meet you, indeed."}],
+    {"role": "tool", "when": "", "text": "Nice to meet you, indeed. From now on I will know you wherever in the picture you are, and tell everybody who asks me."}],
     "default": {"text": "I am fine, thank you."}})";
 
 class SightSession : public Session {
@@ -88,9 +88,13 @@ TEST_F(SightSession, PeopleAreSeenIntroducedAndGreeted) {
               std::string::npos);
     EXPECT_TRUE(shows("I am fine, thank you."));
 
+    Settings::instance().voiceOn = false;
     tell("Ada");
     EXPECT_NE(contentOf("last-request.json").find("Got it, I'll remember Ada's face."), std::string::npos);
     ASSERT_TRUE(sees("Ada"));
+    pause(700);
+    EXPECT_TRUE(shows("Nice to meet you, indeed.")) << "no greeting over it: " << velu->bubble.text;
+    Settings::instance().voiceOn = true;
     // A larger face takes the place of hers, and is introduced as well.
     show({red, green});
     ASSERT_TRUE(sees("an unrecognized person"));
