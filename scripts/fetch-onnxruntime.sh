@@ -59,8 +59,12 @@ if [ ! -f "$work/header.deb" ]; then
 fi
 
 registry=${NPM_CONFIG_REGISTRY:-${npm_config_registry:-}}
-[ -n "$registry" ] || registry=$(npm config get registry 2> /dev/null) || registry=
-[[ $registry = http* ]] || registry=https://registry.npmjs.org
+if [ -z "$registry" ]; then
+    # Where packages are to be had is npm's to know; nothing else of it is used.
+    command -v npm > /dev/null || "$root/scripts/install-packages.sh" npm || fail "npm couldn't be installed"
+    registry=$(npm config get registry 2> /dev/null) || registry=
+fi
+[[ $registry = http* ]] || fail "npm doesn't tell its registry"
 echo "fetch-onnxruntime.sh: fetching ONNX Runtime, 110 MB" >&2
 fetch "${registry%/}/onnxruntime-node/-/onnxruntime-node-$library_version.tgz" "$work/library.tgz" "$library_sum" ||
     { cat "$work/log" >&2; fail "the library couldn't be fetched whole; is there a network?"; }

@@ -2,8 +2,9 @@
 # install-packages.sh SET...
 # Installs the Debian packages of the named sets, if any are missing: "build" to build and run Velu, "test" for the
 # tests, "bench" for what the benchmarks compare with, "fetch" for fetch-assets.sh, "lint" for the format and lint
-# checks, "fuzz" for the fuzz targets, "eyes" for ONNX Runtime where the distribution has it. As root, or through sudo.
-# Asks the network for nothing when everything is there.
+# checks, "fuzz" for the fuzz targets, "eyes" for ONNX Runtime where the distribution has it, "npm"
+# for the address of its registry where it hasn't. As root, or through sudo. Asks the network for nothing when everything
+# is there.
 set -euo pipefail
 
 packages=()
@@ -21,6 +22,7 @@ for set in "$@"; do
         bench) packages+=(curl lynx w3m flite) ;;
         fetch) packages+=(python3-pip unzip curl) ;;
         lint) packages+=(clang-format clang-tidy git) ;;
+        npm) packages+=(npm) ;;
         eyes) packages+=(libonnxruntime-dev) ;;
         fuzz) packages+=(clang libclang-rt-14-dev) ;;
         *) echo "install-packages.sh: there is no package set '$set'" >&2; exit 2 ;;
