@@ -91,8 +91,9 @@ void Recognition::savePeople() {
         const std::lock_guard guard(lock);
         bytes = people.toJson();
     }
-    if (std::exchange(isFileOdd, false))
-        (void)replaceFile(peopleFile(), joinPath(dataFolder(), "people-old.json"));
+    // What couldn't be read isn't written over, so it must be out of the way first.
+    if (isFileOdd && !replaceFile(peopleFile(), joinPath(dataFolder(), "people-old.json"))) return;
+    isFileOdd = false;
     writeWholeFile(peopleFile(), bytes);
 }
 

@@ -307,13 +307,18 @@ TEST_F(RecognitionTest, ABrokenFileLosesTheBrokenPersonAloneAndStaysUntilSomethi
         look(250, 'A');
         EXPECT_EQ(stored(), example.bytes) << "nothing was learnt";
     }
-    // Once something is, what couldn't be read is still there.
+    // Once something is, what couldn't be read is still there, and stays where it is if it can't be moved.
     look(500, '?');
     const std::string odd = stored();
+    const std::string inTheWay = joinPath(dataFolder(), "people-old.json");
+    createFolder(inTheWay);
+    EXPECT_EQ(recognition.learnFace("Dan", true, start + 500), "Got it, I'll remember Dan's face.");
+    EXPECT_EQ(stored(), odd);
+    removeFolder(inTheWay);
     EXPECT_EQ(recognition.learnFace("Cleo", true, start + 500), "Got it, I'll remember Cleo's face.");
-    EXPECT_EQ(learnt(), 1U);
+    EXPECT_EQ(learnt(), 2U);
     std::string old;
-    EXPECT_TRUE(readWholeFile(joinPath(dataFolder(), "people-old.json"), old));
+    EXPECT_TRUE(readWholeFile(inTheWay, old));
     EXPECT_EQ(old, odd);
 }
 
