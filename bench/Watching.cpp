@@ -19,6 +19,7 @@
 #include "foundation/Paths.h"
 #include "foundation/Settings.h"
 #include "support/CameraServer.h"
+#include "support/Children.h"
 #include "support/Discs.h"
 #include "support/TemporaryFolder.h"
 #include "support/XDesktop.h"
@@ -37,13 +38,21 @@ void runFor(Companion& companion, milliseconds time) {
         companion.pass();
 }
 
+/// What it has used of the processor, with the process that takes its pictures.
+double secondsUsed() {
+    double seconds = processorSeconds(getpid());
+    for (const pid_t child : childrenCalled("velu-camera"))
+        seconds += processorSeconds(child);
+    return seconds;
+}
+
 /// In percent of a core, with a renderer that draws nothing.
 double shareOf(Companion& companion) {
     runFor(companion, settling);
-    const double before = processorSeconds(getpid());
+    const double before = secondsUsed();
     const int64_t begin = nanoseconds();
     runFor(companion, watched);
-    return 100 * (processorSeconds(getpid()) - before) / (millisecondsBetween(begin, nanoseconds()) / 1000);
+    return 100 * (secondsUsed() - before) / (millisecondsBetween(begin, nanoseconds()) / 1000);
 }
 
 /// Puts these networks where a companion finds them.

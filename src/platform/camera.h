@@ -25,7 +25,7 @@ struct CameraDevice {
 
 /// The cameras, in the system's order, but those that offer nothing that we can read come last; a camera that
 /// two of its subsystems show is there once. A subsystem that doesn't answer within `limitMs` counts as
-/// having none; empty within 50 ms after `cancel` (may be null) has turned true. Threads: any; blocks that
+/// having none; empty within 100 ms after `cancel` (may be null) has turned true. Threads: any; blocks that
 /// long at most.
 std::vector<CameraDevice> listCameras(int32_t limitMs, const std::atomic<bool>* cancel);
 
@@ -67,14 +67,15 @@ public:
 
     /// Takes the next picture that the camera brings once `pauseMs` have gone by, and waits up to `waitMs`
     /// beyond that for it: with `running` and no pixels none came. Those before are let go by at next to no
-    /// cost, and none is kept: what one gets is never older than the call. A camera that has brought nothing
-    /// at all for 5 seconds has ended. What can't go on is let go of; with none open this tells again what
-    /// became of the last.
+    /// cost, and none is kept: what one gets is never older than the call. A camera that doesn't bring what
+    /// was asked for within 5 seconds has ended, over however many calls. What can't go on is let go of; with
+    /// none open this tells again what became of the last.
     [[nodiscard]] CameraState read(CameraFrame& frame, int32_t pauseMs, int32_t waitMs);
 
     /// The system's number for what went wrong, behind a state other than `running`: in the upper 16 bits the
-    /// part of it (1 the core, 2 a library, 3 the device, 4 the stream), in the lower what that part says; 0
-    /// when nothing was said.
+    /// part of it (1 the core, 2 a library, 3 the device, 4 the stream, 5 the process that takes the
+    /// pictures, which has died or can't be started), in the lower what that part says; 0 when nothing was
+    /// said.
     [[nodiscard]] uint32_t errorCode() const;
 
     /// Lets go of the device, and forgets an interruption that nothing waited for. Waits 200 ms at most: a

@@ -16,11 +16,14 @@ struct ProcessOptions {
     std::string workingFolder = {};
     /// For standard output and error, begun afresh. Empty, or not to be opened: both are inherited.
     std::string logFile = {};
+    /// The system's number of an open file that becomes the child's standard input; it stays the caller's.
+    /// -1: an empty one.
+    int standardInput = -1;
     /// Asks for more than the normal share of the processor; refusal is not an error.
     bool raisePriority = false;
 };
 
-/// One child process, without a window, its standard input empty.
+/// One child process, without a window.
 ///
 /// The child dies when this program dies, however it dies (children of its own may outlive it then), and
 /// lives on when the thread that started it ends. It leads a process group of its own, so that a Ctrl+C at
@@ -53,8 +56,9 @@ public:
     /// took the port before it. True as well when the system doesn't tell whose port it is.
     [[nodiscard]] bool listensOn(int32_t port) const;
 
-    /// Ends the child and its group at once, without asking, and waits at most 3000 ms for it to be gone.
-    void end();
+    /// Ends the child and its group at once, without asking, and waits that long at most for it to be gone.
+    /// Death takes longer than a few milliseconds only when the system is stuck in a driver.
+    void end(int milliseconds = 3000);
 
     /// The system's number of the held child, 0 for none.
     [[nodiscard]] int64_t id() const;

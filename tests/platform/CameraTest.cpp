@@ -1,6 +1,7 @@
 #include "platform/camera.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +11,7 @@
 #include <thread>
 
 #include "support/CameraServer.h"
+#include "support/Children.h"
 #include "support/Soon.h"
 
 namespace {
@@ -21,6 +23,8 @@ using std::chrono::milliseconds;
 
 constexpr Colour red{20, 30, 220, 255}, green{10, 200, 40, 255}, blue{230, 20, 10, 255},
     white{255, 255, 255, 255};
+
+constexpr const char* program = "velu-camera";
 
 /// Four fields: above left and right, below left and right.
 CameraFrame fields(int32_t width, int32_t height, const std::array<Colour, 4>& colours) {
@@ -77,6 +81,13 @@ struct Viewer {
         return next() == State::running && isNear(frame, frame.width / 2, frame.height / 2, colour, 12);
     }
 };
+
+/// What becomes of the one process that takes pictures now.
+void signalProgram(int number) {
+    const std::vector<pid_t> programs = childrenCalled(program);
+    ASSERT_EQ(programs.size(), 1U);
+    kill(programs[0], number);
+}
 
 milliseconds durationOf(const std::function<void()>& action) {
     const auto begin = Clock::now();
@@ -189,16 +200,23 @@ TEST(Camera, OneThatIsTakenAwayOrHangsEndsAndCanBeOpenedAgain) {
         const char* what;
         void (*lose)(CameraServer&);
         void (*restore)(CameraServer&);
+        milliseconds noticedWithin;
+        uint32_t partOfError;
     };
+    constexpr milliseconds atOnce(3000), bySilence(7500);
     CameraServer server;
     server.plugIn("Other", {"YUY2:640x480@15"});
     server.plugIn("Desk", {"YUY2:640x480@15"});
-    for (const Case& c :
-         {Case{"unplugged", [](CameraServer& s) { s.unplug("Desk"); },
-               [](CameraServer& s) { s.plugIn("Desk", {"YUY2:640x480@15"}); }},
-          Case{"hung", [](CameraServer& s) { s.pauseCamera("Desk"); },
-               [](CameraServer& s) { s.resumeCamera("Desk"); }},
-          Case{"without PipeWire", [](CameraServer& s) { s.stop(); }, [](CameraServer& s) { s.start(); }}}) {
+    for (const Case& c : {Case{"unplugged", [](CameraServer& s) { s.unplug("Desk"); },
+                               [](CameraServer& s) { s.plugIn("Desk", {"YUY2:640x480@15"}); }, bySilence, 0},
+                          Case{"hung", [](CameraServer& s) { s.pauseCamera("Desk"); },
+                               [](CameraServer& s) { s.resumeCamera("Desk"); }, bySilence, 0},
+                          Case{"without PipeWire", [](CameraServer& s) { s.stop(); },
+                               [](CameraServer& s) { s.start(); }, atOnce, 3},
+                          Case{"a library crashed", [](CameraServer&) { signalProgram(SIGSEGV); },
+                               [](CameraServer&) {}, atOnce, 5},
+                          Case{"a library hangs", [](CameraServer&) { signalProgram(SIGSTOP); },
+                               [](CameraServer&) {}, bySilence, 0}}) {
         SCOPED_TRACE(c.what);
         Viewer viewer;
         const CameraDevice device = named("Desk");
@@ -211,8 +229,10 @@ TEST(Camera, OneThatIsTakenAwayOrHangsEndsAndCanBeOpenedAgain) {
                 soon([&] { return (state = viewer.camera.read(viewer.frame, 250, 250)) != State::running; }));
         });
         EXPECT_EQ(state, State::ended);
-        EXPECT_LT(time, milliseconds(7500));
+        EXPECT_LT(time, c.noticedWithin);
+        EXPECT_EQ(viewer.camera.errorCode() >> 16U, c.partOfError);
         EXPECT_EQ(viewer.camera.read(viewer.frame, 250, 250), State::ended);
+        EXPECT_TRUE(childrenCalled(program).empty());
         c.restore(server);
         EXPECT_EQ(viewer.open("Desk"), State::running);
         EXPECT_EQ(viewer.next(), State::running);
@@ -265,6 +285,7 @@ TEST(Camera, WhatWaitsIsCalledOffAlsoWhenPipeWireHangs) {
     calledOff(late.camera, [&] { return late.camera.open(other, other.sizes.at(0)); });
     EXPECT_LT(durationOf([&] { viewer.camera.close(); }), milliseconds(1000));
     EXPECT_LT(durationOf([&] { late.camera.close(); }), milliseconds(1000));
+    EXPECT_TRUE(childrenCalled(program).empty());
     server.resume();
     for (Viewer* const each : {&viewer, &late}) {
         EXPECT_EQ(each->open("Other"), State::running);

@@ -1,6 +1,5 @@
 #include "support/CameraServer.h"
 
-#include <gst/gst.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -33,24 +32,15 @@ std::string contentsOf(const std::string& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// The machine's own cameras are left in peace.
-void hideDevices() {
-    if (gst_init_check(nullptr, nullptr, nullptr) == FALSE) throw std::runtime_error("no GStreamer");
-    GstRegistry* const registry = gst_registry_get();
-    GstPluginFeature* const devices =
-        gst_registry_find_feature(registry, "v4l2deviceprovider", GST_TYPE_DEVICE_PROVIDER_FACTORY);
-    if (devices == nullptr) return;
-    gst_registry_remove_feature(registry, devices);
-    gst_object_unref(devices);
-}
-
 }  // namespace
 
 CameraServer::CameraServer() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs, as the header demands.
+    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread runs, as the header demands.
     setenv("PIPEWIRE_RUNTIME_DIR", folder.path.c_str(), 1);
+    setenv("GST_PLUGIN_SYSTEM_PATH_1_0", CAMERA_PLUGINS, 1);
+    setenv("GST_REGISTRY_1_0", CAMERA_PLUGINS "/registry.bin", 1);
+    // NOLINTEND(concurrency-mt-unsafe)
     std::ofstream(folder.path + "/pipewire.conf") << configuration;
-    hideDevices();
     start();
 }
 

@@ -1,52 +1,67 @@
+#include <poll.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
+#include <nlohmann/json.hpp>
 #include <utility>
 
-#include "platform/linux/GstCameras.h"
+#include "platform/camera.h"
+#include "platform/linux/CameraProcess.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
 
-constexpr auto lookAtCancel = std::chrono::milliseconds(20);
-constexpr std::array systems{CameraSystem::v4l2, CameraSystem::pipewire};
+constexpr milliseconds lookAtCancel(20);
+constexpr int endLimitMs = 20;
 
 struct ListedCamera {
     CameraDevice device;
     std::string file;  ///< that stands for it; empty without one
 };
 
-/// What is known of one subsystem.
-struct Answer {
-    int32_t begun = 0;     ///< how many times it was asked
-    int32_t answered = 0;  ///< and did answer
-    std::vector<ListedCamera> cameras;
-};
-
-/// A daemon or a driver that hangs keeps the thread that asks it for as long as it likes, so nobody waits for
-/// that thread to end, and all that it touches lies here, where nothing takes it down, not the end of the
-/// program either. A subsystem isn't asked anew while its answer is due: one thread at most hangs in each.
+/// One subsystem, which is asked by a process of its own: one that hangs doesn't keep the other's answer.
 struct Inquiry {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::array<Answer, systems.size()> answers;
+    explicit Inquiry(const char* subsystem) : isOver(!process.start({"list", subsystem})) {}
+    ~Inquiry() { process.end(endLimitMs); }
+    Inquiry(const Inquiry&) = delete;
+    Inquiry& operator=(const Inquiry&) = delete;
 
-    void ask(CameraSystem system, Answer& answer) {
-        ++answer.begun;
-        std::thread([this, system, &answer] {
-            std::vector<ListedCamera> cameras;
-            for (FoundCamera& camera : findCameras(system))
-                cameras.push_back({std::move(camera.listed), std::move(camera.file)});
-            const std::lock_guard lock(mutex);
-            answer.cameras = std::move(cameras);
-            ++answer.answered;
-            changed.notify_all();
-        }).detach();
+    /// Takes what has come in.
+    void hear() {
+        std::array<char, 4096> bytes{};
+        while (!isOver) {
+            const ssize_t count = recv(process.channel.number, bytes.data(), bytes.size(), MSG_DONTWAIT);
+            if (count < 0) return;
+            answer.append(bytes.data(), static_cast<size_t>(count));
+            isOver = count == 0 || answer.back() == '\n';
+        }
     }
+
+    /// None when it hasn't answered, or its process died over it.
+    [[nodiscard]] std::vector<ListedCamera> cameras() const {
+        std::vector<ListedCamera> cameras;
+        const nlohmann::json list = nlohmann::json::parse(answer, nullptr, false);
+        if (list.is_discarded()) return cameras;
+        for (const nlohmann::json& entry : list) {
+            ListedCamera camera;
+            camera.file = entry.at("file");
+            camera.device.id = entry.at("id");
+            camera.device.name = entry.at("name");
+            camera.device.isGrey = entry.at("grey");
+            for (const nlohmann::json& size : entry.at("sizes"))
+                camera.device.sizes.push_back({size.at(0), size.at(1)});
+            cameras.push_back(std::move(camera));
+        }
+        return cameras;
+    }
+
+    CameraProcess process;
+    std::string answer;
+    bool isOver;
 };
 
 /// What v4l2 shows goes before PipeWire's view of the same: it says at once when a camera is lost or in use,
@@ -70,26 +85,20 @@ std::vector<CameraDevice> merged(std::vector<ListedCamera> direct, std::vector<L
 }  // namespace
 
 std::vector<CameraDevice> listCameras(int32_t limitMs, const std::atomic<bool>* cancel) {
-    static auto& inquiry = *new Inquiry;
-    const auto end = Clock::now() + std::chrono::milliseconds(limitMs);
-    std::unique_lock lock(inquiry.mutex);
-    // What was asked earlier may be answered with what is no more.
-    std::array<int32_t, systems.size()> due{};
-    for (size_t i = 0; i < systems.size(); ++i)
-        due[i] = inquiry.answers[i].begun + 1;
-    const auto isAnswered = [&](size_t i) { return inquiry.answers[i].answered >= due[i]; };
+    const auto end = Clock::now() + milliseconds(limitMs);
+    Inquiry direct("v4l2"), viaPipeWire("pipewire");
     for (;;) {
-        for (size_t i = 0; i < systems.size(); ++i) {
-            Answer& answer = inquiry.answers[i];
-            if (answer.begun == answer.answered && !isAnswered(i)) inquiry.ask(systems[i], answer);
-        }
+        const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
         if (cancel != nullptr && *cancel) return {};
-        const auto now = Clock::now();
-        if (now >= end || (isAnswered(0) && isAnswered(1))) break;
-        inquiry.changed.wait_until(lock, std::min<Clock::time_point>(end, now + lookAtCancel));
+        if (left.count() <= 0 || (direct.isOver && viaPipeWire.isOver)) break;
+        std::array<pollfd, 2> sources{};
+        for (size_t i = 0; i < 2; ++i) {
+            const Inquiry& inquiry = i == 0 ? direct : viaPipeWire;
+            sources[i] = {inquiry.isOver ? -1 : inquiry.process.channel.number, POLLIN, 0};
+        }
+        poll(sources.data(), sources.size(), static_cast<int>(std::min(left, lookAtCancel).count()));
+        direct.hear();
+        viaPipeWire.hear();
     }
-    const auto camerasOf = [&](size_t i) {
-        return isAnswered(i) ? inquiry.answers[i].cameras : std::vector<ListedCamera>();
-    };
-    return merged(camerasOf(0), camerasOf(1));
+    return merged(direct.cameras(), viaPipeWire.cameras());
 }

@@ -13,13 +13,6 @@
 #include "platform/linux/PortOwner.h"
 #include "platform/linux/Spawner.h"
 
-namespace {
-
-/// Death by SIGKILL takes longer only when the kernel is stuck in a driver.
-constexpr int endWaitMs = 3000;
-
-}  // namespace
-
 struct ChildProcess::State {
     pid_t child;            // Stays ours, and is given to nobody else, until it has been waited for.
     FileDescriptor handle;  // Readable when the child has ended.
@@ -100,14 +93,14 @@ bool ChildProcess::listensOn(int32_t port) const {
     return listens.value_or(true) && !state->waitUntilEnded(0);
 }
 
-void ChildProcess::end() {
+void ChildProcess::end(int milliseconds) {
     if (state == nullptr) {
         return;
     }
     kill(-state->child, SIGKILL);
     // It may have moved to another group.
     syscall(SYS_pidfd_send_signal, state->handle.number, SIGKILL, nullptr, 0);
-    if (state->waitUntilEnded(endWaitMs)) {
+    if (state->waitUntilEnded(milliseconds)) {
         reapProcess(state->child);
     }
     state.reset();

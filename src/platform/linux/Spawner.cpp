@@ -168,7 +168,7 @@ pid_t spawnProcess(const ProcessOptions& options) {
     }
     arguments.push_back(nullptr);
 
-    const FileDescriptor input = aboveStandard(FileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)));
+    const FileDescriptor nothing = aboveStandard(FileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)));
     FileDescriptor output;
     if (!options.logFile.empty()) {
         const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC;
@@ -179,7 +179,7 @@ pid_t spawnProcess(const ProcessOptions& options) {
     launch.executable = options.executable.c_str();
     launch.arguments = arguments.data();
     launch.workingFolder = options.workingFolder.empty() ? nullptr : options.workingFolder.c_str();
-    launch.input = input.number;
+    launch.input = options.standardInput >= 0 ? options.standardInput : nothing.number;
     launch.output = output.number;
     launch.raisePriority = options.raisePriority;
     try {

@@ -1,4 +1,4 @@
-#include "platform/linux/CameraProblem.h"
+#include "platform/linux/camera/CameraProblem.h"
 
 namespace {
 

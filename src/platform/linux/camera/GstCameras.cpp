@@ -1,12 +1,10 @@
-#include "platform/linux/GstCameras.h"
+#include "platform/linux/camera/GstCameras.h"
 
 #include <algorithm>
-#include <array>
-#include <mutex>
 #include <utility>
 
-#include "platform/linux/CameraFormats.h"
-#include "platform/linux/PipeWireConnection.h"
+#include "platform/linux/camera/CameraFormats.h"
+#include "platform/linux/camera/PipeWireConnection.h"
 
 namespace {
 
@@ -48,9 +46,7 @@ CameraSystem systemOf(const std::string& id) {
 }
 
 std::vector<FoundCamera> findCameras(CameraSystem system) {
-    static std::array<std::mutex, 2> providers;  // one answers a thread at a time
     if (gst_init_check(nullptr, nullptr, nullptr) == FALSE) return {};
-    const std::lock_guard lock(providers[static_cast<size_t>(system)]);
     const char* const name = system == CameraSystem::v4l2 ? "v4l2deviceprovider" : "pipewiredeviceprovider";
     const GstPointer<GstDeviceProvider> provider(gst_device_provider_factory_get_by_name(name));
     if (provider == nullptr) return {};

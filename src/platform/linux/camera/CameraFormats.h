@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "platform/camera.h"
-#include "platform/linux/GstPointer.h"
+#include "platform/linux/camera/GstPointer.h"
 
-// What a camera offers, which GStreamer calls its caps, looked at. Threads: any.
+// What a camera offers, which GStreamer calls its caps, looked at.
 
 /// The part of a device's caps that can be turned into our pixels, in the device's order. With null, or for a
 /// device that takes anything: all that can.

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/camera.h"
-#include "platform/linux/GstPointer.h"
+#include "platform/linux/camera/GstPointer.h"
 
 /// A subsystem that cameras belong to.
 enum class CameraSystem { v4l2, pipewire };
@@ -21,5 +21,5 @@ struct FoundCamera {
 CameraSystem systemOf(const std::string& id);
 
 /// The cameras of a subsystem, in its order; none without it or without GStreamer's plugin for it. Starts
-/// GStreamer when nothing has yet. Blocks for as long as the subsystem does. Threads: any.
+/// GStreamer when nothing has yet. Blocks for as long as the subsystem does.
 std::vector<FoundCamera> findCameras(CameraSystem system);

@@ -1,4 +1,4 @@
-#include "platform/linux/CameraFormats.h"
+#include "platform/linux/camera/CameraFormats.h"
 
 #include <gst/video/video.h>
 

@@ -1,6 +1,5 @@
-#include "platform/linux/PipeWireConnection.h"
+#include "platform/linux/camera/PipeWireConnection.h"
 
-#include <poll.h>
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -37,9 +36,4 @@ FileDescriptor connectToPipeWire() {
         connect(connection.number, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         return {};
     return connection;
-}
-
-bool isConnectionLost(const FileDescriptor& connection) {
-    pollfd state{connection.number, POLLRDHUP, 0};
-    return poll(&state, 1, 0) > 0;
 }
