@@ -25,8 +25,8 @@ struct CameraDevice {
 
 /// The cameras, in the system's order, but those that offer nothing that we can read come last; a camera that
 /// two of its subsystems show is there once. A subsystem that doesn't answer within `limitMs` counts as
-/// having none; empty within 100 ms after `cancel` (may be null) has turned true. Threads: any; blocks that
-/// long at most.
+/// having none; empty within 100 ms after `cancel` (may be null) has turned true. Threads: any; blocks 100 ms
+/// longer than that at most.
 std::vector<CameraDevice> listCameras(int32_t limitMs, const std::atomic<bool>* cancel);
 
 /// One picture: 4 bytes a pixel in the order blue, green, red, alpha; the top row first; no gaps. What stands
@@ -49,7 +49,8 @@ enum class CameraState {
 
 /// One camera.
 ///
-/// Threads: one, but for `interrupt`. No call waits longer than it says, also when the driver hangs.
+/// Threads: one, but for `interrupt`. No call waits longer than it says, but for the 200 ms at most in which
+/// a camera is let go of; also when the driver hangs.
 class Camera {
 public:
     Camera();

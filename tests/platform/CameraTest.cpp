@@ -200,23 +200,31 @@ TEST(Camera, OneThatIsTakenAwayOrHangsEndsAndCanBeOpenedAgain) {
         const char* what;
         void (*lose)(CameraServer&);
         void (*restore)(CameraServer&);
-        milliseconds noticedWithin;
-        uint32_t partOfError;
+        bool isAtOnce;
+        std::vector<uint32_t> partOfError;  ///< any of these
     };
-    constexpr milliseconds atOnce(3000), bySilence(7500);
     CameraServer server;
     server.plugIn("Other", {"YUY2:640x480@15"});
     server.plugIn("Desk", {"YUY2:640x480@15"});
-    for (const Case& c : {Case{"unplugged", [](CameraServer& s) { s.unplug("Desk"); },
-                               [](CameraServer& s) { s.plugIn("Desk", {"YUY2:640x480@15"}); }, bySilence, 0},
-                          Case{"hung", [](CameraServer& s) { s.pauseCamera("Desk"); },
-                               [](CameraServer& s) { s.resumeCamera("Desk"); }, bySilence, 0},
-                          Case{"without PipeWire", [](CameraServer& s) { s.stop(); },
-                               [](CameraServer& s) { s.start(); }, atOnce, 3},
-                          Case{"a library crashed", [](CameraServer&) { signalProgram(SIGSEGV); },
-                               [](CameraServer&) {}, atOnce, 5},
-                          Case{"a library hangs", [](CameraServer&) { signalProgram(SIGSTOP); },
-                               [](CameraServer&) {}, bySilence, 0}}) {
+    const std::vector<Case> cases{
+        {"unplugged",
+         [](CameraServer& s) { s.unplug("Desk"); },
+         [](CameraServer& s) { s.plugIn("Desk", {"YUY2:640x480@15"}); },
+         false,
+         {0, 5}},
+        {"hung",
+         [](CameraServer& s) { s.pauseCamera("Desk"); },
+         [](CameraServer& s) { s.resumeCamera("Desk"); },
+         false,
+         {0}},
+        {"without PipeWire",
+         [](CameraServer& s) { s.stop(); },
+         [](CameraServer& s) { s.start(); },
+         true,
+         {3, 5}},
+        {"a library crashed", [](CameraServer&) { signalProgram(SIGSEGV); }, [](CameraServer&) {}, true, {5}},
+        {"a library hangs", [](CameraServer&) { signalProgram(SIGSTOP); }, [](CameraServer&) {}, false, {0}}};
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         Viewer viewer;
         const CameraDevice device = named("Desk");
@@ -229,10 +237,16 @@ TEST(Camera, OneThatIsTakenAwayOrHangsEndsAndCanBeOpenedAgain) {
                 soon([&] { return (state = viewer.camera.read(viewer.frame, 250, 250)) != State::running; }));
         });
         EXPECT_EQ(state, State::ended);
-        EXPECT_LT(time, c.noticedWithin);
-        EXPECT_EQ(viewer.camera.errorCode() >> 16U, c.partOfError);
+        const uint32_t part = viewer.camera.errorCode() >> 16U;
+        EXPECT_EQ(std::count(c.partOfError.begin(), c.partOfError.end(), part), 1) << part;
+        if (c.isAtOnce || part != 0) {
+            EXPECT_LT(time, milliseconds(3000));
+        } else {
+            EXPECT_GE(time, milliseconds(4900));
+            EXPECT_LT(time, milliseconds(7500));
+        }
         EXPECT_EQ(viewer.camera.read(viewer.frame, 250, 250), State::ended);
-        EXPECT_TRUE(childrenCalled(program).empty());
+        EXPECT_TRUE(soon([] { return childrenCalled(program).empty(); }));
         c.restore(server);
         EXPECT_EQ(viewer.open("Desk"), State::running);
         EXPECT_EQ(viewer.next(), State::running);
@@ -285,7 +299,7 @@ TEST(Camera, WhatWaitsIsCalledOffAlsoWhenPipeWireHangs) {
     calledOff(late.camera, [&] { return late.camera.open(other, other.sizes.at(0)); });
     EXPECT_LT(durationOf([&] { viewer.camera.close(); }), milliseconds(1000));
     EXPECT_LT(durationOf([&] { late.camera.close(); }), milliseconds(1000));
-    EXPECT_TRUE(childrenCalled(program).empty());
+    EXPECT_TRUE(soon([] { return childrenCalled(program).empty(); }));
     server.resume();
     for (Viewer* const each : {&viewer, &late}) {
         EXPECT_EQ(each->open("Other"), State::running);

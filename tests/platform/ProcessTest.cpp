@@ -189,6 +189,19 @@ TEST(Process, GivesTheChildACleanStart) {
         }
         EXPECT_EQ(readFile(log), wanted);
     }
+
+    const std::string log = folder.path + "/log";
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], "told", 4), 4);
+    close(ends[1]);
+    ProcessOptions reader{"/bin/cat", {}, workingFolder, log};
+    reader.standardInput = ends[0];
+    ChildProcess child;
+    ASSERT_TRUE(child.start(reader));
+    ASSERT_TRUE(child.waitForExit(patienceMs));
+    EXPECT_EQ(readFile(log), "told");
+    EXPECT_EQ(close(ends[0]), 0);
 }
 
 TEST(Process, RaisesThePriorityWhereThatIsAllowed) {

@@ -2,7 +2,8 @@
 // A camera of PipeWire's, called NAME by its user, that plays the file PICTURE, and plays it anew when there
 // is another in its place: "WIDTH HEIGHT\n", then 4 bytes a pixel, blue, green, red and alpha. An OFFER is
 // what it can do: "YUY2:640x480@15", or RGB, RGBx, GRAY8 or MJPG in YUY2's place; H264 can be offered, but
-// not played. It says "ready" once others can see it, and ends when it loses PipeWire.
+// not played. Like many a camera it begins MJPG with a few pictures that are none. It says "ready" once
+// others can see it, and ends when it loses PipeWire.
 
 #include <pipewire/pipewire.h>
 #include <spa/param/video/format-utils.h>
@@ -124,6 +125,7 @@ struct Camera {
     const Offer* current = nullptr;
     std::array<int64_t, 3> playedFile{};  ///< what tells it from another
     Bytes played;                         ///< of it, as `current` has it
+    int32_t broken = 0;                   ///< how many pictures are still to be none
 
     void look() {
         struct stat status {};
@@ -149,6 +151,8 @@ struct Camera {
         data.chunk->offset = 0;
         data.chunk->size = static_cast<uint32_t>(std::min<size_t>(data.maxsize, played.size()));
         data.chunk->stride = static_cast<int32_t>(strideOf(*current));
+        if (broken > 0) std::memset(data.data, 0, data.chunk->size);
+        broken = std::max(broken - 1, 0);
         pw_stream_queue_buffer(stream, buffer);
     }
 
@@ -164,6 +168,7 @@ struct Camera {
                 offer.height == size.height)
                 current = &offer;
         playedFile = {};
+        broken = current->format == "MJPG" ? 3 : 0;
 
         std::array<uint8_t, 1024> space{};
         spa_pod_builder builder{};

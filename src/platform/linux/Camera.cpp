@@ -40,7 +40,7 @@ struct Camera::Parts {
 
     uint32_t wished = 0;        ///< the number of the latest wish
     uint32_t answered = 0;      ///< that of the latest picture
-    Clock::time_point heardAt;  ///< when that came, or was asked for when none was owed
+    Clock::time_point heardAt;  ///< when a part of one came in, or one was asked for when none was owed
 
     CameraReply reply;            ///< that is coming in
     size_t replyBytes = 0;        ///< what there is of it
@@ -62,6 +62,11 @@ struct Camera::Parts {
         static_cast<void>(send(process.channel.number, &next, sizeof next, MSG_NOSIGNAL | MSG_DONTWAIT));
     }
 
+    /// When the camera counts as silent, unless more comes in.
+    [[nodiscard]] Clock::time_point silentAt() const {
+        return answered == wished ? Clock::time_point::max() : heardAt + silenceLimit;
+    }
+
     /// Takes what has come in for a part of the reply; whether that is whole now.
     bool fill(void* part, size_t bytes, size_t& have) {
         while (have < bytes) {
@@ -69,6 +74,7 @@ struct Camera::Parts {
                 recv(process.channel.number, static_cast<uint8_t*>(part) + have, bytes - have, MSG_DONTWAIT);
             if (count <= 0) return false;
             have += static_cast<size_t>(count);
+            heardAt = Clock::now();
         }
         return true;
     }
@@ -103,7 +109,6 @@ struct Camera::Parts {
             if (takeInterruption()) return Arrival::interruption;
             if (receive()) {
                 if (reply.state != CameraState::running) return Arrival::lastWord;
-                heardAt = Clock::now();
                 answered = reply.number;
                 return Arrival::picture;
             }
@@ -166,12 +171,10 @@ CameraState Camera::read(CameraFrame& frame, int32_t pauseMs, int32_t waitMs) {
     const auto end = begin + milliseconds(waitMs);
     bool hasWished = false;
     for (;;) {
-        // A picture that was asked for before this call may still come.
-        const auto silentAt = p.answered == p.wished ? Clock::time_point::max() : p.heardAt + silenceLimit;
         const auto due = hasWished ? end : begin;
-        switch (p.next(std::min(due, silentAt))) {
+        switch (p.next(std::min(due, p.silentAt()))) {
             case Arrival::picture:
-                if (!hasWished || p.answered != p.wished) continue;
+                if (!hasWished || p.answered != p.wished) continue;  // it was asked for before this call
                 frame.width = p.reply.width;
                 frame.height = p.reply.height;
                 frame.pixels.swap(p.pixels);
@@ -184,7 +187,7 @@ CameraState Camera::read(CameraFrame& frame, int32_t pauseMs, int32_t waitMs) {
                 break;
         }
         const auto now = Clock::now();
-        if (now >= silentAt) return p.end(CameraState::ended, 0);
+        if (now >= p.silentAt()) return p.end(CameraState::ended, 0);
         if (now < due) continue;
         if (hasWished) return CameraState::running;
         p.wish();

@@ -3,15 +3,49 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <mutex>
+#include <vector>
 
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/PortOwner.h"
 #include "platform/linux/Spawner.h"
+
+namespace {
+
+/// Children that took longer to die than anybody waited. They keep their numbers until they have been waited
+/// for.
+class LateChildren {
+public:
+    void add(pid_t child) {
+        const std::lock_guard lock(mutex);
+        children.push_back(child);
+    }
+
+    /// Lets go of those that have died by now.
+    void reap() {
+        const std::lock_guard lock(mutex);
+        children.erase(std::remove_if(children.begin(), children.end(),
+                                      [](pid_t child) { return waitpid(child, nullptr, WNOHANG) != 0; }),
+                       children.end());
+    }
+
+private:
+    std::mutex mutex;
+    std::vector<pid_t> children;
+};
+
+LateChildren& lateChildren() {
+    static auto& children = *new LateChildren;
+    return children;
+}
+
+}  // namespace
 
 struct ChildProcess::State {
     pid_t child;            // Stays ours, and is given to nobody else, until it has been waited for.
@@ -49,6 +83,7 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
 
 bool ChildProcess::start(const ProcessOptions& options) {
     end();
+    lateChildren().reap();
     const pid_t child = spawnProcess(options);
     if (child < 0) {
         return false;
@@ -102,6 +137,8 @@ void ChildProcess::end(int milliseconds) {
     syscall(SYS_pidfd_send_signal, state->handle.number, SIGKILL, nullptr, 0);
     if (state->waitUntilEnded(milliseconds)) {
         reapProcess(state->child);
+    } else {
+        lateChildren().add(state->child);
     }
     state.reset();
 }

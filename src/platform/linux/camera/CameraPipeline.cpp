@@ -54,7 +54,7 @@ CameraPipeline::CameraPipeline(const std::string& id, const CameraSize& size)
 
 void CameraPipeline::want(uint32_t number) {
     const std::lock_guard lock(mutex);
-    wanted = number;
+    wanted = std::max(wanted, number);
 }
 
 void CameraPipeline::wait(int channel) {
@@ -91,7 +91,7 @@ GstPadProbeReturn CameraPipeline::lookAtPicture(GstPad*, GstPadProbeInfo* info, 
         return GST_PAD_PROBE_DROP;
     const std::lock_guard lock(self.mutex);
     if (self.wanted == 0) return GST_PAD_PROBE_DROP;
-    self.passing = std::exchange(self.wanted, 0);
+    self.passing = self.wanted;
     return GST_PAD_PROBE_OK;
 }
 
@@ -101,6 +101,7 @@ GstFlowReturn CameraPipeline::takePicture(GstAppSink* sink, void* user) {
     if (picture.picture == nullptr) return GST_FLOW_OK;
     const std::lock_guard lock(self.mutex);
     picture.number = self.passing;
+    if (self.wanted == self.passing) self.wanted = 0;  // until now it could turn out to be no picture
     std::swap(self.come, picture);  // what wasn't taken is freed after the lock, for that may ask the driver
     eventfd_write(self.changed.number, 1);
     return GST_FLOW_OK;

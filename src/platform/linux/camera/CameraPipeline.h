@@ -35,7 +35,7 @@ public:
     CameraPipeline(const CameraPipeline&) = delete;
     CameraPipeline& operator=(const CameraPipeline&) = delete;
 
-    /// Asks for the next picture that the camera brings, in place of one that was asked for before.
+    /// Asks for the next picture that the camera brings, in place of one with a lower number.
     void want(uint32_t number);
 
     /// Waits until there is a picture or a problem, or `channel`, a file, can be read from or is at its end.

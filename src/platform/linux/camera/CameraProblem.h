@@ -6,7 +6,7 @@
 
 #include "platform/camera.h"
 
-/// What is wrong with a camera that has brought no picture yet.
+/// What is wrong with a camera. The state is that of one that has brought no picture yet.
 struct CameraProblem {
     CameraState state = CameraState::notReadable;
     uint32_t number = 0;  ///< as `Camera::errorCode` has it

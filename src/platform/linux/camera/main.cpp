@@ -1,7 +1,9 @@
 // velu-camera: lists cameras and takes pictures for Velu, which starts it and ends it. CameraMessages.h tells
 // what the two say to each other.
 
+#include <fcntl.h>
 #include <gst/video/video.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -19,6 +21,16 @@
 namespace {
 
 constexpr int channel = STDIN_FILENO;
+
+/// What a library writes to a standard file mustn't end in another that got its number, nor end the program
+/// when nobody reads it.
+void prepareStandardFiles() {
+    int file = 0;
+    while (file >= 0 && file <= STDERR_FILENO)
+        file = open("/dev/null", O_RDWR);
+    close(file);
+    signal(SIGPIPE, SIG_IGN);
+}
 
 /// False when nobody listens any more.
 bool tell(const void* data, size_t bytes) {
@@ -48,14 +60,16 @@ int listCameras(CameraSystem system) {
     return tell(line.data(), line.size()) ? 0 : 1;
 }
 
-bool tellPicture(const CameraPipeline::Wanted& wanted) {
+bool tellPicture(CameraPipeline& camera, const CameraPipeline::Wanted& wanted) {
     GstVideoInfo info;
     gst_video_info_init(&info);
     gst_video_info_from_caps(&info, gst_sample_get_caps(wanted.picture.get()));
     GstVideoFrame rows;
-    // One that can't be looked at is one that didn't come.
-    if (gst_video_frame_map(&rows, &info, gst_sample_get_buffer(wanted.picture.get()), GST_MAP_READ) == FALSE)
+    if (gst_video_frame_map(&rows, &info, gst_sample_get_buffer(wanted.picture.get()), GST_MAP_READ) ==
+        FALSE) {
+        camera.want(wanted.number);  // what can't be looked at didn't come
         return true;
+    }
     const CameraReply reply{CameraState::running, wanted.number, info.width, info.height};
     const size_t rowBytes = static_cast<size_t>(info.width) * 4;
     std::vector<uint8_t> message(sizeof reply + rowBytes * static_cast<size_t>(info.height));
@@ -79,7 +93,7 @@ void watch(CameraPipeline& camera) {
             return;
         }
         if (const CameraPipeline::Wanted wanted = camera.take();
-            wanted.picture != nullptr && !tellPicture(wanted))
+            wanted.picture != nullptr && !tellPicture(camera, wanted))
             return;
         CameraWish wish;
         const ssize_t count = recv(channel, &wish, sizeof wish, MSG_DONTWAIT);
@@ -92,11 +106,13 @@ void watch(CameraPipeline& camera) {
 
 int main(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
+    prepareStandardFiles();
+    // Without a farewell: the libraries' threads go on until the very end.
     if (words.size() == 2 && words[0] == "list")
-        return listCameras(words[1] == "v4l2" ? CameraSystem::v4l2 : CameraSystem::pipewire);
+        _exit(listCameras(words[1] == "v4l2" ? CameraSystem::v4l2 : CameraSystem::pipewire));
     if (words.size() == 4 && words[0] == "open") {
         watch(*new CameraPipeline(words[1], {std::stoi(words[2]), std::stoi(words[3])}));
-        _exit(0);  // the pipeline goes on until the very end
+        _exit(0);
     }
     std::fputs("velu-camera takes pictures for Velu, which starts it when it needs it\n", stderr);
     return 2;
