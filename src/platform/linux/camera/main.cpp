@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gst/video/video.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -30,6 +31,13 @@ void prepareStandardFiles() {
         file = open("/dev/null", O_RDWR);
     close(file);
     signal(SIGPIPE, SIG_IGN);
+}
+
+/// A crash leaves no dump: there would be a picture in it. A limit of one byte, unlike one of none, holds
+/// also where the system hands dumps to a program of its own.
+void forgoDumps() {
+    constexpr rlimit oneByte{1, 1};
+    setrlimit(RLIMIT_CORE, &oneByte);
 }
 
 /// False when nobody listens any more.
@@ -107,6 +115,7 @@ void watch(CameraPipeline& camera) {
 int main(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     prepareStandardFiles();
+    forgoDumps();
     // Without a farewell: the libraries' threads go on until the very end.
     if (words.size() == 2 && words[0] == "list")
         _exit(listCameras(words[1] == "v4l2" ? CameraSystem::v4l2 : CameraSystem::pipewire));
