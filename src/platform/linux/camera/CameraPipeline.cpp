@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,15 @@
 namespace {
 
 constexpr const char* converterName = "converter";
+
+/// A picture that is due for so long makes one look whether the camera is still there, again and again.
+constexpr std::chrono::milliseconds patience(1000);
+
+std::vector<FoundCamera>::const_iterator cameraWith(const std::string& id,
+                                                    const std::vector<FoundCamera>& cameras) {
+    return std::find_if(cameras.begin(), cameras.end(),
+                        [&](const FoundCamera& camera) { return camera.listed.id == id; });
+}
 
 CameraPipeline& of(void* user) {
     return *static_cast<CameraPipeline*>(user);
@@ -44,8 +54,8 @@ GstPadProbeReturn connectDecoder(GstPad* pad, GstPadProbeInfo* info, gpointer) {
 }  // namespace
 
 CameraPipeline::CameraPipeline(const std::string& id, const CameraSize& size)
-    : changed(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    build(id, size);
+    : id(id), changed(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    build(size);
     // A failure to start has told its reason already.
     if (pipeline != nullptr &&
         gst_element_set_state(pipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE)
@@ -54,18 +64,35 @@ CameraPipeline::CameraPipeline(const std::string& id, const CameraSize& size)
 
 void CameraPipeline::want(uint32_t number) {
     const std::lock_guard lock(mutex);
+    if (wanted == 0) dueSince = Clock::now();
     wanted = std::max(wanted, number);
 }
 
 void CameraPipeline::wait(int channel) {
     std::array<pollfd, 3> sources{
         {{changed.number, POLLIN, 0}, {channel, POLLIN, 0}, {connection.number, POLLRDHUP, 0}}};
-    poll(sources.data(), sources.size(), -1);
+    poll(sources.data(), sources.size(), millisecondsUntilLook());
     eventfd_t count = 0;
     eventfd_read(changed.number, &count);
-    // The source doesn't tell.
+    // PipeWire's source tells neither that PipeWire has ended nor that the camera is gone.
     if (sources[2].revents != 0)
         fail({CameraState::notReadable, problemNumber(GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_READ)});
+    if (millisecondsUntilLook() == 0) look();
+}
+
+int CameraPipeline::millisecondsUntilLook() {
+    const std::lock_guard lock(mutex);
+    if (wanted == 0 || !connection.isOpen()) return -1;
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(std::max(dueSince, lookedAt) + patience - Clock::now());
+    return static_cast<int>(std::max<int64_t>(left.count(), 0));
+}
+
+void CameraPipeline::look() {
+    const std::vector<FoundCamera> cameras = findCameras(systemOf(id));
+    lookedAt = Clock::now();
+    if (cameraWith(id, cameras) == cameras.end())
+        fail({CameraState::notActivated, problemNumber(GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_NOT_FOUND)});
 }
 
 CameraPipeline::Wanted CameraPipeline::take() {
@@ -116,11 +143,10 @@ GstBusSyncReply CameraPipeline::hearMessage(GstBus*, GstMessage* message, void* 
 }
 
 /// The source of the camera's pictures, floating, with `caps` for it; null, with a problem, without one.
-GstElement* CameraPipeline::findSource(const std::string& id, const CameraSize& size) {
+GstElement* CameraPipeline::findSource(const CameraSize& size) {
     const CameraSystem system = systemOf(id);
-    std::vector<FoundCamera> cameras = findCameras(system);
-    const auto isIt = [&](const FoundCamera& camera) { return camera.listed.id == id; };
-    const auto found = std::find_if(cameras.begin(), cameras.end(), isIt);
+    const std::vector<FoundCamera> cameras = findCameras(system);
+    const auto found = cameraWith(id, cameras);
     GstElement* source = nullptr;
     if (found != cameras.end()) source = gst_device_create_element(found->device.get(), nullptr);
     if (source == nullptr) {
@@ -139,8 +165,8 @@ GstElement* CameraPipeline::findSource(const std::string& id, const CameraSize& 
     return source;
 }
 
-void CameraPipeline::build(const std::string& id, const CameraSize& size) {
-    GstElement* const source = findSource(id, size);
+void CameraPipeline::build(const CameraSize& size) {
+    GstElement* const source = findSource(size);
     if (source == nullptr) return;
     GstPointer<GstElement> built(gst_pipeline_new(nullptr));
     GstElement* const filter = gst_element_factory_make("capsfilter", nullptr);

@@ -2,6 +2,7 @@
 
 #include <gst/app/gstappsink.h>
 
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -48,21 +49,28 @@ public:
     [[nodiscard]] std::optional<CameraProblem> problem();
 
 private:
-    void build(const std::string& id, const CameraSize& size);
-    [[nodiscard]] GstElement* findSource(const std::string& id, const CameraSize& size);
+    using Clock = std::chrono::steady_clock;
+
+    void build(const CameraSize& size);
+    [[nodiscard]] GstElement* findSource(const CameraSize& size);
+    [[nodiscard]] int millisecondsUntilLook();  ///< -1 when there is nothing to look for
+    void look();
     void fail(const CameraProblem& problem);
     static GstPadProbeReturn lookAtPicture(GstPad* pad, GstPadProbeInfo* info, void* user);
     static GstFlowReturn takePicture(GstAppSink* sink, void* user);
     static GstBusSyncReply hearMessage(GstBus* bus, GstMessage* message, void* user);
 
-    FileDescriptor changed;     ///< readable when a picture or a problem has come
-    FileDescriptor connection;  ///< that the source uses, in the case of PipeWire's
-    GstPointer<GstCaps> caps;   ///< what to ask the source for
+    const std::string id;
+    Clock::time_point lookedAt;  ///< for the camera, because its picture didn't come
+    FileDescriptor changed;      ///< readable when a picture or a problem has come
+    FileDescriptor connection;   ///< that the source uses, in the case of PipeWire's
+    GstPointer<GstCaps> caps;    ///< what to ask the source for
     GstPointer<GstElement> pipeline;
 
     std::mutex mutex;
     // Guarded by `mutex`.
-    uint32_t wanted = 1;   ///< the number of what is to be let through, 0 when nothing is
+    uint32_t wanted = 1;  ///< the number of what is to be let through, 0 when nothing is
+    Clock::time_point dueSince = Clock::now();
     uint32_t passing = 0;  ///< that of what went through last
     Wanted come;
     std::optional<CameraProblem> failure;
