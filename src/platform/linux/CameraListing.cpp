@@ -17,6 +17,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds lookAtCancel(20);
 constexpr int endLimitMs = 20;
+constexpr size_t longestAnswer = 1 << 20;  // of a thousand cameras; a process that says more is broken
 
 struct ListedCamera {
     CameraDevice device;
@@ -37,7 +38,7 @@ struct Inquiry {
             const ssize_t count = recv(process.channel.number, bytes.data(), bytes.size(), MSG_DONTWAIT);
             if (count < 0) return;
             answer.append(bytes.data(), static_cast<size_t>(count));
-            isOver = count == 0 || answer.back() == '\n';
+            isOver = count == 0 || answer.back() == '\n' || answer.size() > longestAnswer;
         }
     }
 

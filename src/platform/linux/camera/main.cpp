@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -110,17 +111,24 @@ void watch(CameraPipeline& camera) {
     }
 }
 
+bool readNumber(const std::string& word, int32_t& number) {
+    return std::from_chars(word.data(), word.data() + word.size(), number).ec == std::errc();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> words(argv + 1, argv + argc);
+    const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
     prepareStandardFiles();
     forgoDumps();
     // Without a farewell: the libraries' threads go on until the very end.
-    if (words.size() == 2 && words[0] == "list")
-        _exit(listCameras(words[1] == "v4l2" ? CameraSystem::v4l2 : CameraSystem::pipewire));
-    if (words.size() == 4 && words[0] == "open") {
-        watch(*new CameraPipeline(words[1], {std::stoi(words[2]), std::stoi(words[3])}));
+    CameraSize size;
+    if (words.size() == 2 && words[0] == "list") {
+        if (words[1] == "v4l2") _exit(listCameras(CameraSystem::v4l2));
+        if (words[1] == "pipewire") _exit(listCameras(CameraSystem::pipewire));
+    } else if (words.size() == 4 && words[0] == "open" && readNumber(words[2], size.width) &&
+               readNumber(words[3], size.height)) {
+        watch(*new CameraPipeline(words[1], size));
         _exit(0);
     }
     std::fputs("velu-camera takes pictures for Velu, which starts it when it needs it\n", stderr);
