@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # test.sh [--sanitize] [ctest arguments]
-# Installs what is needed, builds Velu and its tests, and runs them. With --sanitize they are built and run twice more:
-# under AddressSanitizer with UndefinedBehaviorSanitizer, then under ThreadSanitizer.
+# Installs the packages that are needed, builds Velu and its tests, and runs the tests. With --sanitize it builds and
+# runs them under AddressSanitizer with UndefinedBehaviorSanitizer, then under ThreadSanitizer.
 set -euo pipefail
 root=$(cd "$(dirname "$0")" && pwd)
 presets=(release)
@@ -9,8 +9,9 @@ if [ "${1-}" = --sanitize ]; then
     presets=(asan tsan)
     shift
 fi
-# Not strict_string_checks: libxkbcommon, which Qt brings along, hands strndup what has no end.
-# gcc 12's runtime guesses the size of thread-local blocks from what lies before them, and now and then dies of it.
+# strict_string_checks stays off: libxkbcommon, a dependency of Qt, calls strndup on strings without a terminating zero.
+# intercept_tls_get_addr stays off: gcc 12's AddressSanitizer guesses the size of thread-local blocks from the memory in
+# front of them, and sometimes crashes.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-intercept_tls_get_addr=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 export LSAN_OPTIONS=${LSAN_OPTIONS:-print_suppressions=0:suppressions=$root/cmake/lsan-suppressions.txt}
@@ -24,8 +25,8 @@ for preset in "${presets[@]}"; do
     [ "$preset" != release ] || settings=(-DBUILD_TESTING=ON)
     "$root/scripts/build.sh" "$preset" "${settings[@]}" --
     without=()
-    # Graphics drivers and Qt aren't built with ThreadSanitizer, which takes their agreements for races; what uses them
-    # has no threads of ours.
+    # Graphics drivers and Qt aren't built with ThreadSanitizer, which reports false races in them. The code that uses
+    # them runs on one thread.
     [ "$preset" != tsan ] || without=(-LE "desktop|drawing")
     ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error -j "$(nproc)" "${without[@]}" "$@"
 done

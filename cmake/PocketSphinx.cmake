@@ -1,5 +1,5 @@
-# The package's description names a folder that isn't there, which CMake refuses in an imported target, and the library
-# of its tools that records sound.
+# This isn't an imported target because the package's pkg-config file names a folder that doesn't exist, which CMake
+# rejects, and the sound recording library, which Velu doesn't need.
 pkg_check_modules(POCKETSPHINX REQUIRED pocketsphinx)
 pkg_get_variable(POCKETSPHINX_MODELS pocketsphinx modeldir)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
@@ -11,8 +11,8 @@ target_include_directories(PocketSphinx SYSTEM INTERFACE ${pocketsphinx_folders}
 target_link_libraries(PocketSphinx INTERFACE ${POCKETSPHINX_LIBRARIES})
 
 # velu_wake_model(TARGET FOLDER folder)
-# The target that makes PocketSphinx's model of the name in the folder. A model of libvosk's may lie in the same folder:
-# neither has a file of the other's.
+# Adds a target that generates PocketSphinx's wake-word model in the folder. libvosk's model may be in the same folder;
+# the two have no file name in common.
 function(velu_wake_model target)
   cmake_parse_arguments(PARSE_ARGV 1 model "" "FOLDER" "")
   set(packaged ${POCKETSPHINX_MODELS}/en-us)

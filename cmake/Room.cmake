@@ -1,6 +1,6 @@
 # velu_room(NAME SOURCES file... [USES library...] [PRIVATELY library...])
-# One static library for each folder under src/. USES is what the room's headers need, PRIVATELY what only its
-# sources need. Include paths start at src/, so that an include says which room it comes from.
+# Adds the static library of one folder under src/. USES lists the libraries that the room's headers need, PRIVATELY
+# those that only its sources need. Include paths start at src/, so that each include names its room.
 function(velu_room name)
   cmake_parse_arguments(PARSE_ARGV 1 room "" "" "SOURCES;USES;PRIVATELY")
   add_library(velu_${name} STATIC ${room_SOURCES})

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # fetch-assets.sh
-# Fetches what Velu can't bring along into assets/: libvosk and its small English model, which tell the name from other
-# words better than what is built in, and the two networks without which Velu has no eyes. The next build puts them
-# beside the program. What is there already isn't fetched again, and one that can't be had doesn't keep the others away.
-# libvosk comes out of its Python package. Of it, of its model's archive and of the face embedder there is no check sum
-# here, so what has come is only looked at for its form.
+# Downloads optional files into assets/: libvosk with its small English model, an alternative to the built-in wake-word
+# recogniser, and the two face models that Velu needs to see people. The next build copies them beside the program.
+# Files that are already there aren't downloaded again, and a failed download doesn't stop the others.
+# libvosk is taken from its Python package. Only the face detector has a checksum here; the other downloads are checked
+# for their format or size.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 library=$root/assets/libvosk.so
@@ -22,32 +22,32 @@ problem() {
 }
 
 fetch_library() {
-    echo "fetch-assets.sh: fetching libvosk" >&2
+    echo "fetch-assets.sh: downloading libvosk" >&2
     pip download vosk==0.3.45 --no-deps --only-binary=:all: --dest "$work" > "$work/pip.log" 2>&1 ||
-        { tail -n 3 "$work/pip.log" >&2; problem "libvosk couldn't be fetched; is there a network?"; return; }
+        { tail -n 3 "$work/pip.log" >&2; problem "libvosk couldn't be downloaded; is there a network?"; return; }
     unzip -q -o "$work"/vosk-*.whl vosk/libvosk.so -d "$work" ||
-        { problem "the package holds no libvosk.so"; return; }
+        { problem "the package contains no libvosk.so"; return; }
     mv "$work/vosk/libvosk.so" "$library"
 }
 
 fetch_model() {
-    echo "fetch-assets.sh: fetching libvosk's model" >&2
+    echo "fetch-assets.sh: downloading libvosk's model" >&2
     curl -fsSL -o "$work/model.zip" https://alphacephei.com/vosk/models/vosk-model-small-en-us-0.15.zip ||
-        { problem "the model couldn't be fetched; is there a network?"; return; }
-    unzip -q "$work/model.zip" -d "$work" || { problem "what came isn't the model's archive"; return; }
-    [ -s "$work/vosk-model-small-en-us-0.15/am/final.mdl" ] || { problem "the archive holds no model"; return; }
+        { problem "libvosk's model couldn't be downloaded; is there a network?"; return; }
+    unzip -q "$work/model.zip" -d "$work" || { problem "the downloaded file isn't a ZIP archive"; return; }
+    [ -s "$work/vosk-model-small-en-us-0.15/am/final.mdl" ] || { problem "the archive contains no model"; return; }
     mkdir -p "$model" && cp -r "$work/vosk-model-small-en-us-0.15/." "$model"
 }
 
-# fetch_network PLACE NAME LEAST_BYTES [SUM]
-# What is smaller is the note that stands for a large file, or a page that says why there is none.
+# fetch_network PATH NAME MIN_BYTES [SHA256]
+# A smaller file is a pointer to a large file, or an error page.
 fetch_network() {
-    echo "fetch-assets.sh: fetching ${1##*/}" >&2
+    echo "fetch-assets.sh: downloading ${1##*/}" >&2
     curl -fsSL -o "$work/$2" "$zoo/$1" ||
-        { problem "${1##*/} couldn't be fetched; is there a network?"; return; }
-    [ "$(stat -c %s "$work/$2")" -ge "$3" ] || { problem "what came isn't the network"; return; }
+        { problem "${1##*/} couldn't be downloaded; is there a network?"; return; }
+    [ "$(stat -c %s "$work/$2")" -ge "$3" ] || { problem "the download for ${1##*/} is too small"; return; }
     [ $# -lt 4 ] || echo "$4  $work/$2" | sha256sum --check --status ||
-        { problem "what came as ${1##*/} is another file"; return; }
+        { problem "the checksum of ${1##*/} is wrong"; return; }
     mv "$work/$2" "$networks/$2"
 }
 
@@ -64,4 +64,4 @@ if [ ${#missing[@]} -gt 0 ]; then
     printf 'fetch-assets.sh: still missing: %s\n' "${missing[@]}" >&2
     exit 1
 fi
-echo "fetch-assets.sh: all is in assets/; build again to use it" >&2
+echo "fetch-assets.sh: all files are in assets/; build again to use them" >&2

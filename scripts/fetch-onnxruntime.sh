@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
 # fetch-onnxruntime.sh
-# Sees to it that ONNX Runtime, which runs the eyes' networks, can be built with. Where the distribution has it (Debian
-# 13, Ubuntu 25.04) its package is installed. Elsewhere the library comes out of its npm package and the one header out
-# of a newer Debian's, into third_party/onnxruntime; what is there already isn't fetched again. Without it Velu is built
-# without eyes. The exit code is 0 when it is there.
+# Provides ONNX Runtime, which runs the face models. Where the distribution has it (Debian 13, Ubuntu 25.04), the script
+# installs the package. Elsewhere it downloads the library from the npm package and the header from a newer Debian's
+# package into third_party/onnxruntime, unless they are already there. Without ONNX Runtime, Velu is built without eyes.
+# The exit code is 0 if ONNX Runtime is available.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 target=$root/third_party/onnxruntime
 
 library_version=1.30.0
-# npm's own record of this file has the sum sha512-twhs1C2C/BFkz1yc5OY0KIU2GUq6DURO7hD4bx5Q2Qy3nAMJwRXW8xU3NVczE29VA9lolLOYepoD8fjTGOfIqw==
+# The npm registry lists this file with the checksum sha512-twhs1C2C/BFkz1yc5OY0KIU2GUq6DURO7hD4bx5Q2Qy3nAMJwRXW8xU3NVczE29VA9lolLOYepoD8fjTGOfIqw==
 library_sum=6e3390d6b783e7be946fad629292799da28d0b42f84856e50d2c1b0383291e75
 header_version=1.21.0+dfsg-1
-# The headers are the same for every processor, so one package serves all.
+# The header is the same for every processor.
 header_package=pool/main/o/onnxruntime/libonnxruntime-dev_${header_version}_amd64.deb
 header_sum=14f7d959d5deacbcf1504830d4189f91fc67382b399ed9ae9d3aa9c4050ced08
 stamp="library $library_version header $header_version"
@@ -33,14 +33,14 @@ fi
 case $(uname -m) in
     x86_64) processor=x64 ;;
     aarch64) processor=arm64 ;;
-    *) fail "there is no ONNX Runtime for this processor, $(uname -m)" ;;
+    *) fail "there is no ONNX Runtime for this processor ($(uname -m))" ;;
 esac
 mkdir -p "$root/third_party"
 work=$(mktemp -d "$root/third_party/.onnxruntime.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 
-# fetch ADDRESS FILE SUM
-# The file only lasts when it is the very one that is expected.
+# fetch URL FILE SHA256
+# Removes a file with another checksum.
 fetch() {
     curl -fsSL --connect-timeout 10 --speed-limit 1000 --speed-time 30 -o "$2" "$1" 2>> "$work/log" &&
         echo "$3  $2" | sha256sum --check --status && return
@@ -48,28 +48,28 @@ fetch() {
     return 1
 }
 
-# The mirrors that this system's packages come from have a newer Debian's, too.
+# The mirrors of this system's packages usually have those of newer Debian releases too.
 mapfile -t addresses < <(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 2> /dev/null | sort -u)
 for mirror in "${addresses[@]}"; do
     fetch "${mirror%/}/$header_package" "$work/header.deb" "$header_sum" && break
 done
 if [ ! -f "$work/header.deb" ]; then
     cat "$work/log" >&2 2> /dev/null || true
-    fail "the header couldn't be fetched; is there a network, and a mirror of Debian among apt's?"
+    fail "the header couldn't be downloaded; is there a network, and does apt use a Debian mirror?"
 fi
 
 registry=${NPM_CONFIG_REGISTRY:-${npm_config_registry:-}}
 if [ -z "$registry" ]; then
-    # Where packages are to be had is npm's to know; nothing else of it is used.
+    # npm is only asked for the address of its registry.
     command -v npm > /dev/null || "$root/scripts/install-packages.sh" npm || fail "npm couldn't be installed"
     registry=$(npm config get registry 2> /dev/null) || registry=
 fi
-[[ $registry = http* ]] || fail "npm doesn't tell its registry"
-echo "fetch-onnxruntime.sh: fetching ONNX Runtime, 110 MB" >&2
+[[ $registry = http* ]] || fail "npm reports no registry"
+echo "fetch-onnxruntime.sh: downloading ONNX Runtime (110 MB)" >&2
 fetch "${registry%/}/onnxruntime-node/-/onnxruntime-node-$library_version.tgz" "$work/library.tgz" "$library_sum" ||
-    { cat "$work/log" >&2; fail "the library couldn't be fetched whole; is there a network?"; }
+    { cat "$work/log" >&2; fail "the library couldn't be downloaded; is there a network?"; }
 
-# Everything or nothing: only a folder that is complete gets the name.
+# The folder gets its final name only when it is complete.
 mkdir -p "$work/whole/include" "$work/whole/lib"
 dpkg-deb --fsys-tarfile "$work/header.deb" |
     tar -x --to-stdout ./usr/include/onnxruntime/onnxruntime_c_api.h > "$work/whole/include/onnxruntime_c_api.h"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # fuzz.sh [SECONDS [TARGET...]]
-# Builds the fuzz targets and runs each for that long (60 seconds if not given), two at a time. What they learn is
-# kept under build/fuzz/corpus for the next run. A finding ends with an exit code that isn't 0 and the path of the
-# input that shows it.
+# Builds the fuzz targets, all of them or the named ones, and runs each for SECONDS (60 by default), two at a time. New
+# inputs are kept under build/fuzz/corpus for the next run. On a finding, the script prints the path of the failing
+# input and exits with 1.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
@@ -20,7 +20,7 @@ cd "$root/build/fuzz"
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:strict_string_checks=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 
-# Inputs of 16 KiB hold any reply; 5 seconds or 512 MB is a finding too.
+# 16 KiB is enough for every reply. More than 5 seconds or 512 MB for one input is a finding too.
 fuzz() {
     mkdir -p "corpus/$1" "findings/$1"
     echo "fuzz.sh: $1 for $seconds s" >&2
@@ -30,7 +30,7 @@ fuzz() {
         return
     fi
     tail -n 40 "$1.log" >&2
-    echo "fuzz.sh: $1 has a finding; the whole report is in build/fuzz/$1.log, the input in" \
+    echo "fuzz.sh: $1 has a finding; the report is in build/fuzz/$1.log, the input in" \
         "build/fuzz/$(sed -n 's/.*Test unit written to //p' "$1.log" | tail -n 1)" >&2
     return 1
 }

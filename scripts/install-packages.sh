@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
 # install-packages.sh SET...
-# Installs the Debian packages of the named sets, if any are missing: "build" to build and run Velu, "test" for the
-# tests, "bench" for what the benchmarks compare with, "fetch" for fetch-assets.sh, "lint" for the format and lint
-# checks, "fuzz" for the fuzz targets, "eyes" for ONNX Runtime where the distribution has it, "npm"
-# for the address of its registry where it hasn't. As root, or through sudo. Asks the network for nothing when everything
-# is there.
+# Installs the missing Debian packages of the named sets, as root or through sudo: "build" to build and run Velu, "test"
+# for the tests, "bench" for the programs that the benchmarks compare with, "fetch" for fetch-assets.sh, "lint" for
+# lint.sh, "fuzz" for fuzz.sh, "eyes" for the distribution's ONNX Runtime, "npm" to find the registry that has it
+# otherwise. Uses no network if nothing is missing.
 set -euo pipefail
 
 packages=()
@@ -30,7 +29,7 @@ for set in "$@"; do
 done
 
 command -v dpkg-query > /dev/null || {
-    echo "install-packages.sh: this isn't a Debian system; the README lists what Velu needs" >&2
+    echo "install-packages.sh: this isn't a Debian system; docs/dependencies.md lists what Velu needs" >&2
     exit 1
 }
 installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' "${packages[@]}" 2> /dev/null | sed -n 's/^installed //p' || true)

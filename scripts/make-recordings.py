@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """make-recordings.py FOLDER
-Writes a folder of recordings to try the hearing with (velu --wavtest): the name and a question in one breath, the name
-alone, the name as the sixth word, an answer without the name, words that sound like the name, talk without it, and
-three minutes of noise. The speech comes from flite. The tones behind some of them tell a stand-in for speech
-recognition what it has heard."""
+Writes seven recordings for velu --wavtest: the name and a question in one breath, the name alone, the name as the sixth
+word, a follow-up without the name, words that sound like the name, talk without it, and three minutes of noise. flite
+speaks the sentences. The tone at the end of some recordings tells the tests' stand-in for speech recognition which text
+to return."""
 import array
 import math
 import os
@@ -15,7 +15,7 @@ import wave
 
 RATE = 16000
 
-# File name, words, and the tone behind them in hertz, if any.
+# File name, text, and the frequency in hertz of the tone after it, if any.
 SPOKEN = [
     ("one-breath", "velu, what time is it", 400),
     ("name-alone", "velu", 1000),
@@ -41,7 +41,7 @@ def tone(hertz, seconds=0.5, loudness=8000):
 
 
 def noise(seconds, loudness=900):
-    """A low rumble with hiss, swelling and fading, as of a busy street."""
+    """Returns a rumble with hiss whose loudness rises and falls, like a busy street."""
     source = random.Random(1)
     low = 0.0
     samples = array.array("h")

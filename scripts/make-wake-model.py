@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
-# make-wake-model.py PACKAGED_MODEL FOLDER
-# Makes the model with which PocketSphinx listens for the name: the packaged American English acoustic model as it is,
-# and beside it dictionaries and language models of our own. Those hold the name in the ways it is said, and the
-# commonest words of English, which stand for all other speech: what sounds more like one of them isn't the name.
-# "wake.dict" and "wake.lm" are for listening all the time and let much pass. "look.dict" is for a second look at what
-# has passed, with fewer words: once with "named.lm", where the name is as likely as can be, and once with
-# "nameless.lm", where it isn't at all. How much better it is with the name tells whether that was said.
-# PACKAGED_MODEL is the folder "en-us" of the Debian package pocketsphinx-en-us. How common a word is, and how it is
-# said, is taken from the package's own language model and dictionary. bench/README.md tells how the numbers were found.
+"""make-wake-model.py PACKAGED_MODEL FOLDER
+Writes the model with which PocketSphinx spots the name: a copy of the packaged American English acoustic model, and
+dictionaries and language models of our own. These contain the name in its pronunciations, and the most common English
+words as decoys: sound that fits one of the decoys better isn't the name.
+
+"wake.dict" and "wake.lm" are for continuous listening and accept too much. "look.dict" has fewer words and serves a
+second pass over the candidates: one decoding with "named.lm", where the name is as likely as possible, and one with
+"nameless.lm", which lacks the name. The difference between the two scores decides.
+
+PACKAGED_MODEL is the folder "en-us" of the Debian package pocketsphinx-en-us. Word frequencies and pronunciations come
+from that package's language model and dictionary. bench/README.md says how the numbers were chosen."""
 import math
 import os
 import shutil
@@ -19,25 +21,26 @@ NAMES = {
     "vellu": ["V AH L UW", "V IH L UW"],
     "belu": ["B EH L UW"],
 }
-# How common the name is, as a logarithm to base 10: far commoner than in any text.
+# Log10 of the name's probability: far higher than in any text.
 WAKE_LOG10 = -1.0
 LOOK_LOG10 = -0.3
+# How many of the most common words each model has. Words that sound like the name are added: those with a part whose
+# distance from the name is at most NEAR. Words less common than RAREST are left out, because they are rather other
+# spellings of the name than words that people say.
 COMMONEST = {"wake": 8000, "look": 2000}
-# To those come the words that sound much like the name: a part of such a word is this near to it, with the distances
-# of single sounds below. Those rarer than RAREST are left out: they would be other spellings of the name more than
-# words anyone says.
 NEAR = 1.0
 RAREST = -6.2
+# Distances of single sounds from those of the name.
 CONSONANT = {"V": 0, "F": .3, "B": .3, "DH": .4, "D": .5, "TH": .6, "W": .6, "P": .7}
 VOWEL = {"EH": 0, "IH": .2, "EY": .2, "AE": .2, "AH": .3, "IY": .5, "UH": .5, "AW": .6, "AY": .6, "ER": .6, "OW": .6}
 ENDING = {"UW": 0, "UH": .3, "OW": .3, "AH": .4, "IY": .5, "IH": .5, "Y": .5, "ER": .5, "AA": .6, "EH": .6, "AO": .6}
-GLIDE = .2  # for a Y before the ending
+GLIDE = .2  # added for a Y before the ending
 NO_ENDING = .9
 ACOUSTIC_FILES = ["feat.params", "mdef", "means", "noisedict", "sendump", "transition_matrices", "variances"]
 
 
 def read_unigrams(path):
-    """The words of a binary language model with the logarithm to base 10 of how common each is."""
+    """Returns each word of a binary language model with the log10 of its probability."""
     with open(path, "rb") as file:
         data = file.read()
     magic = b"Trie Language Model"
@@ -45,10 +48,10 @@ def read_unigrams(path):
         raise SystemExit(f"make-wake-model.py: {path} isn't a language model of the expected kind")
     order = data[len(magic)]
     counts = struct.unpack_from(f"<{order}I", data, len(magic) + 1)
-    # The type of quantisation, then its tables: 65536 numbers for the probabilities of each order above one, and as
-    # many for the back-off weights of those that aren't the highest.
+    # The quantisation type is followed by its tables: 65536 probabilities for each order above one, and as many back-off
+    # weights for each of these orders but the highest.
     unigrams = len(magic) + 1 + 4 * order + 4 + 4 * 65536 * (2 * (order - 2) + 1)
-    # The words stand at the end, each with a zero behind it, after the length of all of them.
+    # The file ends with the length of all words, then the words, each with a terminating zero.
     at = next(at for at in range(len(data) - 4, 0, -1) if struct.unpack_from("<I", data, at)[0] == len(data) - at - 4)
     words = data[at + 4:].split(b"\0")[:counts[0]]
     unit = math.log10(1.0001)  # the base of the library's logarithms
@@ -57,7 +60,7 @@ def read_unigrams(path):
 
 
 def read_dictionary(path):
-    """Word to all the ways it is said."""
+    """Returns each word with all its pronunciations."""
     spoken = {}
     with open(path, encoding="utf-8") as file:
         for line in file:
@@ -67,7 +70,7 @@ def read_dictionary(path):
 
 
 def distance(sounds):
-    """Of that part of a word which is nearest to the name, whose L must be there."""
+    """Returns the distance of the part of a word that sounds most like the name. The part must have the name's L."""
     nearest = math.inf
     for consonant, vowel, middle, *rest in (sounds[at:] for at in range(len(sounds) - 2)):
         if consonant in CONSONANT and vowel in VOWEL and middle == "L":
@@ -78,7 +81,7 @@ def distance(sounds):
 
 
 def choose_words(probabilities, spoken, commonest):
-    """The commonest words, and those that sound much like the name; none that is said as the name is."""
+    """Returns the most common words and those that sound like the name, without those pronounced exactly like it."""
     names = {sounds for ways in NAMES.values() for sounds in ways}
     known = [word for word in sorted(probabilities, key=lambda word: (-probabilities[word], word))
              if word in spoken and word not in NAMES and not names.intersection(spoken[word])]
@@ -103,6 +106,8 @@ def write_language_model(path, log10s):
 
 
 def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
     packaged, folder = sys.argv[1:]
     probabilities = read_unigrams(os.path.join(packaged, "en-us.lm.bin"))
     spoken = read_dictionary(os.path.join(packaged, "cmudict-en-us.dict"))
