@@ -10,7 +10,7 @@
 #include <numbers>
 #include <thread>
 
-#include "platform/linux/PulseConnection.h"
+#include "platform/linux/sound/PulseConnection.h"
 #include "support/Soon.h"
 #include "support/SoundServer.h"
 

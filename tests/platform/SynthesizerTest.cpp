@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/linux/Visemes.h"
+#include "platform/linux/sound/Visemes.h"
 #include "support/Soon.h"
 #include "support/SoundServer.h"
 
