@@ -17,7 +17,7 @@
 #include "Figures.h"
 #include "ProcessCost.h"
 #include "Sockets.h"
-#include "core/Hearing.h"
+#include "core/Transcriptions.h"
 #include "hearing/Loudness.h"
 #include "hearing/WakeWord.h"
 #include "support/SoundServer.h"
@@ -121,8 +121,8 @@ void measureListening(const std::vector<int16_t>& said) {
     speechEngine.ready = true;
     MessageQueue messages;
     Ears ears;
-    Hearing hearing(ears, speechEngine, messages);
-    hearing.listen();
+    Transcriptions transcriptions(ears, speechEngine, messages);
+    transcriptions.listen();
     if (!ears.loadWakeModel(wakeModelFolder())) throw std::runtime_error("there is no wake model");
     std::atomic<int64_t> lastLoud = 0;
     ears.onAudio = [&](const int16_t* samples, size_t count) {
@@ -160,8 +160,8 @@ void measureListening(const std::vector<int16_t>& said) {
     std::printf("ears that hear talk: %.2f %% of a core; %.0f MiB resident\n", 100 * share(),
                 residentMemory(getpid()));
     ears.stop();
-    hearing.end();
-    hearing.join();
+    transcriptions.end();
+    transcriptions.join();
 }
 
 }  // namespace

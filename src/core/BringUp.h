@@ -7,7 +7,7 @@
 
 #include "assistant/Assistant.h"
 #include "brain/Brain.h"
-#include "core/Messages.h"
+#include "core/MessageQueue.h"
 #include "core/TaskSlot.h"
 #include "foundation/Paths.h"
 #include "hearing/Ears.h"

@@ -46,7 +46,7 @@ void Companion::windowProc(const Message& message) {
             conversation.onWake();
             break;
         case MessageId::WM_APP_UTTERANCE:
-            if (hearing.isCurrent(message)) conversation.decideUtterance(message);
+            if (transcriptions.isCurrent(message)) conversation.decideUtterance(message);
             break;
         case MessageId::WM_APP_EARS_STATUS:
             conversation.onEarsStatus(message);
@@ -132,7 +132,7 @@ void Companion::everySecond() {
     bringUp.brainWorker.reap();
     bringUp.earsWorker.reap();
     bringUp.eyesWorker.reap();
-    hearing.reap();
+    transcriptions.reap();
     if (Settings::instance().alwaysOnTop && !menu->isOpen() && !window->isOnTop()) window->setOnTop(true);
 }
 

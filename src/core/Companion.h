@@ -11,8 +11,8 @@
 #include "core/Conversation.h"
 #include "core/FramePacer.h"
 #include "core/Gestures.h"
-#include "core/Hearing.h"
-#include "core/Messages.h"
+#include "core/MessageQueue.h"
+#include "core/Transcriptions.h"
 #include "foundation/Endpoints.h"
 #include "platform/desktop.h"
 #include "platform/menu_view.h"
@@ -41,7 +41,7 @@ public:
     Assistant assistant;
     SpeechEngine speech;
     Ears ears;
-    Hearing hearing{ears, speech, messages};
+    Transcriptions transcriptions{ears, speech, messages};
     Eyes eyes;
     std::unique_ptr<Desktop> desktop;
     std::unique_ptr<HeadWindow> window;

@@ -5,7 +5,7 @@
 
 #include "assistant/Assistant.h"
 #include "core/BringUp.h"
-#include "core/Messages.h"
+#include "core/MessageQueue.h"
 #include "core/Speaking.h"
 #include "core/TaskSlot.h"
 #include "core/TurnTimes.h"

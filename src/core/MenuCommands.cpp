@@ -29,7 +29,7 @@ void setVoiceOn(Companion& companion, bool on) {
 
 /// What was being heard is dropped, wherever it is on its way.
 void stopListening(Companion& companion) {
-    companion.hearing.forget();
+    companion.transcriptions.forget();
     companion.conversation.stopListening();
 }
 

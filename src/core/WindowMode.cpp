@@ -77,7 +77,7 @@ bool startCompanion(Companion& companion) {
     companion.placeWindow(false);
     companion.desktop->screensChanged = [&companion] { companion.placeWindow(true); };
     companion.menu = std::make_unique<MenuView>(*companion.desktop, "Velu", menuEventsFor(companion));
-    companion.hearing.listen();
+    companion.transcriptions.listen();
     // Before the engine reads what all turns begin with: the tools are a part of it.
     companion.assistant.learnFace = [&companion](const std::string& name) {
         return companion.eyes.learnFace(name);
@@ -100,13 +100,13 @@ void shutDownCompanion(Companion& companion) {
     companion.bringUp.brainWorker.cancel();
     companion.bringUp.earsWorker.cancel();
     companion.bringUp.eyesWorker.cancel();
-    companion.hearing.end();
+    companion.transcriptions.end();
     companion.conversation.end();
     companion.conversation.turnThread.join();
     companion.bringUp.brainWorker.join();
     companion.bringUp.earsWorker.join();
     companion.ears.stop();
-    companion.hearing.join();
+    companion.transcriptions.join();
     companion.bringUp.stopEyes();
     companion.bringUp.eyesWorker.join();
     // Last: what was joined may have waited for their answers.

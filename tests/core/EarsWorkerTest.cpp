@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/BringUp.h"
-#include "core/Hearing.h"
+#include "core/Transcriptions.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "foundation/Settings.h"
@@ -27,12 +27,12 @@ protected:
         speech.port = freePort();
         speech.probeCuda = [] { return false; };
         bringUp.wakeModel = model.model;
-        hearing.listen();
+        transcriptions.listen();
     }
 
     ~EarsWorker() override {
         bringUp.stopEars();
-        hearing.end();
+        transcriptions.end();
         bringUp.earsWorker.join();
     }
 
@@ -61,7 +61,7 @@ protected:
     Assistant assistant{brain};
     SpeechEngine speech{nowhere};
     Ears ears;
-    Hearing hearing{ears, speech, messages};
+    Transcriptions transcriptions{ears, speech, messages};
     Eyes eyes;
     BringUp bringUp{brain, assistant, speech, ears, eyes, messages};
 };
@@ -121,7 +121,7 @@ TEST_F(EarsWorker, WhatIsSaidArrivesAsTextAndALateTranscriptIsNotWaitedFor) {
     ears.followUpRequested = true;
     EXPECT_EQ(texts(MessageId::WM_APP_UTTERANCE, [](const auto& found) { return !found.empty(); }),
               std::vector<std::string>{"Velu, what time is it?"});
-    hearing.reap();
+    transcriptions.reap();
 
     installFakeSpeechEngine(joinPath(dataFolder(), "whisper"), R"({"delayMs": 60000})");
     bringUp.stopEars();
@@ -135,8 +135,8 @@ TEST_F(EarsWorker, WhatIsSaidArrivesAsTextAndALateTranscriptIsNotWaitedFor) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     const uint64_t begin = tickCount();
     bringUp.stopEars();
-    hearing.end();
-    hearing.join();
+    transcriptions.end();
+    transcriptions.join();
     EXPECT_LT(tickCount() - begin, 5000U);  // 100 ms, and whatever a busy machine adds
 }
 

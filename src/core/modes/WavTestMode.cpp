@@ -1,4 +1,4 @@
-#include "core/WavTestMode.h"
+#include "core/modes/WavTestMode.h"
 
 #include <algorithm>
 #include <atomic>
@@ -7,7 +7,7 @@
 
 #include "core/CommandLine.h"
 #include "core/Companion.h"
-#include "core/RunOutput.h"
+#include "core/modes/RunOutput.h"
 #include "foundation/Files.h"
 #include "foundation/Log.h"
 #include "foundation/Text.h"

@@ -1,4 +1,4 @@
-#include "core/MicCaptureMode.h"
+#include "core/modes/MicCaptureMode.h"
 
 #include <algorithm>
 #include <charconv>

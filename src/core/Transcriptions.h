@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/Messages.h"
+#include "core/MessageQueue.h"
 #include "hearing/Ears.h"
 #include "hearing/SpeechEngine.h"
 
@@ -16,13 +16,13 @@
 /// its own, and is posted.
 ///
 /// Threads: `listen`, `reap`, `end` and `join` are the window thread's.
-class Hearing {
+class Transcriptions {
 public:
-    Hearing(Ears& theEars, SpeechEngine& theSpeech, MessageQueue& queue)
+    Transcriptions(Ears& theEars, SpeechEngine& theSpeech, MessageQueue& queue)
         : ears(theEars), speech(theSpeech), messages(queue) {}
-    ~Hearing() { end(), join(); }
-    Hearing(const Hearing&) = delete;
-    Hearing& operator=(const Hearing&) = delete;
+    ~Transcriptions() { end(), join(); }
+    Transcriptions(const Transcriptions&) = delete;
+    Transcriptions& operator=(const Transcriptions&) = delete;
 
     /// Takes what the ears have to tell from now on. Before they start.
     void listen();

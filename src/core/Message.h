@@ -1,11 +1,7 @@
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <string>
-#include <vector>
 
 #include "core/TurnTimes.h"
 #include "platform/geometry.h"
@@ -40,21 +36,4 @@ struct Message {
     Point point{};
     uint64_t source = 0;    ///< the number of the turn or the start that it comes from; 0: of neither
     HeardTimes heard = {};  ///< of what was heard
-};
-
-/// What was posted to the window thread and not yet handled, in order. Threads: any posts, one takes.
-class MessageQueue {
-public:
-    void post(Message message);
-
-    /// Everything that was posted since the last call.
-    [[nodiscard]] std::vector<Message> take();
-
-    /// Waits until there is something to take, or the time has come. False for the latter.
-    [[nodiscard]] bool waitUntil(std::chrono::steady_clock::time_point end);
-
-private:
-    std::mutex mutex;
-    std::condition_variable posted;
-    std::vector<Message> messages;  ///< guarded by `mutex`
 };

@@ -1,9 +1,9 @@
-#include "core/AskMode.h"
+#include "core/modes/AskMode.h"
 
 #include <atomic>
 
 #include "core/Companion.h"
-#include "core/RunOutput.h"
+#include "core/modes/RunOutput.h"
 #include "foundation/Settings.h"
 #include "foundation/Ticks.h"
 

@@ -1,4 +1,4 @@
-#include "core/CaptureMode.h"
+#include "core/modes/CaptureMode.h"
 
 #include <algorithm>
 #include <charconv>

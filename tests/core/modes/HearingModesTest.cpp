@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "core/Companion.h"
-#include "core/MicCaptureMode.h"
-#include "core/WavTestMode.h"
+#include "core/modes/MicCaptureMode.h"
+#include "core/modes/WavTestMode.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "hearing/Recording.h"

@@ -1,4 +1,4 @@
-#include "core/Messages.h"
+#include "core/MessageQueue.h"
 
 #include <gtest/gtest.h>
 

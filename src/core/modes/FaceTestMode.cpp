@@ -1,4 +1,4 @@
-#include "core/FaceTestMode.h"
+#include "core/modes/FaceTestMode.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "core/RunOutput.h"
+#include "core/modes/RunOutput.h"
 #include "vision/Embedding.h"
 #include "vision/Eyes.h"
 #include "vision/PictureFile.h"

@@ -1,4 +1,4 @@
-#include "core/Hearing.h"
+#include "core/Transcriptions.h"
 
 #include <exception>
 #include <string>
@@ -7,7 +7,7 @@
 #include "foundation/Log.h"
 #include "foundation/Ticks.h"
 
-void Hearing::listen() {
+void Transcriptions::listen() {
     ears.onWake = [this] {
         wakeTick = tickCount();
         messages.post({MessageId::WM_APP_WAKE});
@@ -20,7 +20,7 @@ void Hearing::listen() {
     };
 }
 
-void Hearing::onUtterance(std::vector<int16_t> samples, bool followUp) {
+void Transcriptions::onUtterance(std::vector<int16_t> samples, bool followUp) {
     if (samples.empty()) {
         messages.post({MessageId::WM_APP_UTTERANCE, followUp ? 1U : 0U, {}, {}, session});
         return;
@@ -42,15 +42,15 @@ void Hearing::onUtterance(std::vector<int16_t> samples, bool followUp) {
     transcribeThreads.splice(transcribeThreads.end(), begun);
 }
 
-void Hearing::transcribeUtterance(const std::vector<int16_t>& samples, bool followUp, uint64_t source,
-                                  HeardTimes heard) {
+void Transcriptions::transcribeUtterance(const std::vector<int16_t>& samples, bool followUp, uint64_t source,
+                                         HeardTimes heard) {
     const std::string text = speech.transcribe(samples, &quit);
     logLine("heard: '%s'", text.c_str());
     heard.transcript = tickCount();
     messages.post({MessageId::WM_APP_UTTERANCE, followUp ? 3U : 2U, text, {}, source, heard});
 }
 
-void Hearing::reap() {
+void Transcriptions::reap() {
     const std::lock_guard guard(transcribeMutex);
     transcribeThreads.remove_if([](Transcription& transcription) {
         if (!transcription.isDone) return false;
@@ -59,7 +59,7 @@ void Hearing::reap() {
     });
 }
 
-void Hearing::join() {
+void Transcriptions::join() {
     const std::lock_guard guard(transcribeMutex);
     for (Transcription& transcription : transcribeThreads)
         transcription.thread.join();

@@ -1,4 +1,4 @@
-#include "core/RunOutput.h"
+#include "core/modes/RunOutput.h"
 
 #include <cstdio>
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "core/CameraTestMode.h"
 #include "core/Companion.h"
+#include "core/modes/CameraTestMode.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "support/CameraServer.h"

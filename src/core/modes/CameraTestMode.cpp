@@ -1,11 +1,11 @@
-#include "core/CameraTestMode.h"
+#include "core/modes/CameraTestMode.h"
 
 #include <algorithm>
 #include <charconv>
 #include <mutex>
 
 #include "core/Companion.h"
-#include "core/RunOutput.h"
+#include "core/modes/RunOutput.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "foundation/Ticks.h"

@@ -1,10 +1,10 @@
-#include "core/SearchMode.h"
+#include "core/modes/SearchMode.h"
 
 #include <atomic>
 
 #include "assistant/WebSearch.h"
 #include "core/Companion.h"
-#include "core/RunOutput.h"
+#include "core/modes/RunOutput.h"
 
 int runSearchMode(const Companion& companion, const std::string& query) {
     const std::atomic<bool> cancel = false;  // one stops this mode by ending the program

@@ -1,6 +1,6 @@
 // The run mode --facetest, with the tiny networks.
 
-#include "core/FaceTestMode.h"
+#include "core/modes/FaceTestMode.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/SearchMode.h"
+#include "core/modes/SearchMode.h"
 
 #include <gtest/gtest.h>
 
