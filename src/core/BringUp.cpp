@@ -74,7 +74,7 @@ void BringUp::workEars(uint64_t start, CancelFlag* cancel) {
     const auto tell = [this, start](const std::string& line) {
         messages.post({MessageId::WM_APP_EARS_STATUS, 0, line, {}, start});
     };
-    if (!speech.ready && !speech.start(tell, cancel)) {
+    if (!speech.ready && !speech.start(tell, tell, cancel)) {
         if (*cancel) return;
         earsFailed = true;
         tell(

@@ -27,9 +27,10 @@ std::string modelFile() {
 
 }  // namespace
 
-bool SpeechEngine::start(const StatusFn& onStatus, CancelFlag* cancel) {
+bool SpeechEngine::start(const StatusFn& onProgress, const StatusFn& onProblem, CancelFlag* cancel) {
     if (ready) return true;
-    return ensureEngine(onStatus, cancel) && ensureModel(onStatus, cancel) && launchServer(cancel);
+    return ensureEngine(onProgress, onProblem, cancel) && ensureModel(onProgress, cancel) &&
+           launchServer(cancel);
 }
 
 void SpeechEngine::stop() {
@@ -63,18 +64,19 @@ HttpResponse SpeechEngine::postInference(int32_t port, const std::vector<int16_t
     return HttpClient::send("http://127.0.0.1:" + std::to_string(port) + "/inference", request);
 }
 
-bool SpeechEngine::ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) const {
+bool SpeechEngine::ensureEngine(const StatusFn& onProgress, const StatusFn& onProblem,
+                                CancelFlag* cancel) const {
     if (!findServerExe(speechFolder(), 0).empty()) return true;
-    onStatus("Finding the speech engine...");
+    onProgress("Finding the speech engine...");
     const HttpResponse listing = fetchReleaseListing(endpoints.releases, "ggml-org/whisper.cpp", cancel);
     if (listing.status != 200 || !listing.error.empty()) {
-        onStatus("Couldn't reach GitHub for the speech engine.");
+        onProblem("Couldn't reach GitHub for the speech engine.");
         return false;
     }
     const std::string url =
         chooseAsset(listing.body, [](const std::string& name) { return name == platformTexts.speechAsset; });
     if (url.empty()) {
-        onStatus(platformTexts.noSpeechBuild);
+        onProblem(platformTexts.noSpeechBuild);
         return false;
     }
     const std::string archive = joinPath(speechFolder(), "engine.zip");
@@ -83,12 +85,12 @@ bool SpeechEngine::ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) co
         case ArchiveDownload::notOpened:
             return false;
         case ArchiveDownload::failed:
-            onStatus("Speech engine download failed.");
+            onProblem("Speech engine download failed.");
             return false;
         case ArchiveDownload::complete:
             break;
     }
-    onStatus("Unpacking speech engine...");
+    onProgress("Unpacking speech engine...");
     const bool isInstalled =
         installArchive(archive, speechFolder(), {platformTexts.speechProgram, serverSearchDepth, false},
                        speechUnpackLimitMs, cancel);
@@ -96,7 +98,7 @@ bool SpeechEngine::ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) co
     return isInstalled && !findServerExe(speechFolder(), 0).empty();
 }
 
-bool SpeechEngine::ensureModel(const StatusFn& onStatus, CancelFlag* cancel) const {
+bool SpeechEngine::ensureModel(const StatusFn& onProgress, CancelFlag* cancel) const {
     ModelDownload download;
     download.url = endpoints.models + "/ggerganov/whisper.cpp/resolve/main/ggml-base.en.bin";
     download.path = modelFile();
@@ -106,7 +108,7 @@ bool SpeechEngine::ensureModel(const StatusFn& onStatus, CancelFlag* cancel) con
     download.progressIntervalMs = 500;
     download.onProgress = [&](uint64_t done, uint64_t total) {
         const uint64_t percent = done * 100 / (total == 0 ? modelBytes : total);
-        onStatus("Downloading ears... " + std::to_string(percent) + "%");
+        onProgress("Downloading ears... " + std::to_string(percent) + "%");
     };
     download.onFailure = [](int32_t attempt, const HttpResponse& response) {
         logLine("whisper model download attempt %d failed: %d %s", attempt, response.status,

@@ -30,11 +30,12 @@ public:
     SpeechEngine(const SpeechEngine&) = delete;
     SpeechEngine& operator=(const SpeechEngine&) = delete;
 
-    /// Brings up the server, from nothing if need be. True when it is ready; at once and without a word when
-    /// it was already. False when it can't be had or `cancel` turned true: status lines tell of the engine's
-    /// download only, so it is the caller who must tell the user. Blocks for as long as downloads and loading
-    /// take; an upgrade goes on after the return.
-    [[nodiscard]] bool start(const StatusFn& onStatus, CancelFlag* cancel);
+    /// Brings up the server, downloading whatever is missing. Returns true when it is ready; immediately if
+    /// it already was. Returns false when it can't be started or `cancel` became true. `onProgress` gets a
+    /// line for each step, `onProblem` the reason why the program couldn't be installed; other failures are
+    /// only logged, so the caller must tell the user about a false. Blocks during downloads and loading; an
+    /// upgrade continues after the return.
+    [[nodiscard]] bool start(const StatusFn& onProgress, const StatusFn& onProblem, CancelFlag* cancel);
 
     /// Breaks off an upgrade without a trace and ends the server. No further upgrade begins behind it. Safe
     /// with none running.
@@ -79,8 +80,9 @@ public:
     ChildProcess trialProcess;
 
 private:
-    [[nodiscard]] bool ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) const;
-    [[nodiscard]] bool ensureModel(const StatusFn& onStatus, CancelFlag* cancel) const;
+    [[nodiscard]] bool ensureEngine(const StatusFn& onProgress, const StatusFn& onProblem,
+                                    CancelFlag* cancel) const;
+    [[nodiscard]] bool ensureModel(const StatusFn& onProgress, CancelFlag* cancel) const;
     [[nodiscard]] bool launchServer(CancelFlag* cancel);
     [[nodiscard]] bool launchCuda(CancelFlag* cancel);
 

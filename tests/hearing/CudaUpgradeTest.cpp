@@ -14,6 +14,8 @@ namespace {
 
 constexpr const char* cudaAsset = "whisper-cublas-12.4.0-bin-x64.tar.gz";
 
+const StatusFn silent = [](const std::string&) {};
+
 /// The host of the releases.
 struct Releases {
     Reply listingOf(const std::string& name) const {
@@ -96,7 +98,7 @@ TEST_F(CudaUpgrade, TakesOverBehindTheUsersBack) {
 
     SpeechEngine next({"http://127.0.0.1:1", "http://127.0.0.1:1"});
     next.port = port;
-    ASSERT_TRUE(next.start([](const std::string&) {}, &cancel));
+    ASSERT_TRUE(next.start(silent, silent, &cancel));
     EXPECT_TRUE(isLogged("stt: using CUDA engine"));
     EXPECT_FALSE(next.upgradeThread.joinable());
     EXPECT_EQ(next.port, port);
@@ -110,7 +112,7 @@ TEST_F(CudaUpgrade, IsBegunOnlyWhereItMayHelpAndOnce) {
     SpeechEngine ruledOut(engine.endpoints);
     ruledOut.port = engine.port;
     ruledOut.probeCuda = [] { return true; };
-    ASSERT_TRUE(ruledOut.start([](const std::string&) {}, &cancel));
+    ASSERT_TRUE(ruledOut.start(silent, silent, &cancel));
     ruledOut.stop();
     EXPECT_FALSE(isLogged("stt: switched to CUDA engine"));
     EXPECT_EQ(server.requests().size(), 0U);
@@ -121,7 +123,7 @@ TEST_F(CudaUpgrade, IsBegunOnlyWhereItMayHelpAndOnce) {
     once.port = engine.port;
     once.probeCuda = [] { return true; };
     for (int run = 0; run < 2; ++run) {
-        ASSERT_TRUE(once.start([](const std::string&) {}, &cancel));
+        ASSERT_TRUE(once.start(silent, silent, &cancel));
         EXPECT_TRUE(soon([] { return isLogged("stt: CUDA upgrade: GitHub unreachable"); }));
         once.stop();
     }
@@ -169,7 +171,7 @@ TEST_F(CudaUpgrade, AFailureRulesCudaOutUnlessTheNetworkIsToBlame) {
         SpeechEngine tried(engine.endpoints);
         tried.port = engine.port;
         tried.probeCuda = engine.probeCuda;
-        ASSERT_TRUE(tried.start([](const std::string&) {}, &cancel));
+        ASSERT_TRUE(tried.start(silent, silent, &cancel));
         EXPECT_TRUE(soon([&] { return isLogged(line); })) << line;
         EXPECT_EQ(tried.transcribe(std::vector<int16_t>(16000), &cancel), "CPU");
         EXPECT_EQ(tried.port, engine.port);
@@ -216,7 +218,7 @@ TEST_F(CudaUpgrade, AStopBreaksItOffAtAnyPointWithoutATrace) {
         SpeechEngine stopped(engine.endpoints);
         stopped.port = engine.port;
         stopped.probeCuda = engine.probeCuda;
-        ASSERT_TRUE(stopped.start([](const std::string&) {}, &cancel));
+        ASSERT_TRUE(stopped.start(silent, silent, &cancel));
         std::thread speaker([&] { stopped.transcribe(std::vector<int16_t>(16000), &cancel); });
         EXPECT_TRUE(soon(item.isReached));
         EXPECT_TRUE(soon([] { return requestsTo(speechFolder()) == 1; }));

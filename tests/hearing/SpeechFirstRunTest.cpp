@@ -84,18 +84,20 @@ TEST_F(SpeechFirstRun, AnEngineThatCannotBeHadIsTold) {
     struct Case {
         Reply listing;
         Reply archive;
-        const char* lastLine;
+        const char* lastLine;  ///< of progress
+        const char* problem = nullptr;
     };
+    const char* finding = "Finding the speech engine...";
     const char* unreachable = "Couldn't reach GitHub for the speech engine.";
     const char* failed = "Speech engine download failed.";
     const char* unpacking = "Unpacking speech engine...";
     const Case cases[] = {
-        {makeReply(403, "rate limit"), {}, unreachable},
-        {makeReply(200, "<html>"), {}, platformTexts.noSpeechBuild},
-        {makeReply(200, "{}"), {}, platformTexts.noSpeechBuild},
-        {listed(asset(name + "x")), {}, platformTexts.noSpeechBuild},
-        {good, makeReply(404, "gone"), failed},
-        {good, cut, failed},
+        {makeReply(403, "rate limit"), {}, finding, unreachable},
+        {makeReply(200, "<html>"), {}, finding, platformTexts.noSpeechBuild},
+        {makeReply(200, "{}"), {}, finding, platformTexts.noSpeechBuild},
+        {listed(asset(name + "x")), {}, finding, platformTexts.noSpeechBuild},
+        {good, makeReply(404, "gone"), finding, failed},
+        {good, cut, finding, failed},
         {good, makeReply(200, packed.substr(0, packed.size() / 2)), unpacking},
         {good, makeReply(200, "no archive"), unpacking},
     };
@@ -104,6 +106,7 @@ TEST_F(SpeechFirstRun, AnEngineThatCannotBeHadIsTold) {
         archive = [&](const Received&) { return item.archive; };
         EXPECT_FALSE(start());
         EXPECT_EQ(lines.back(), item.lastLine);
+        EXPECT_EQ(problems, item.problem == nullptr ? Lines{} : Lines{item.problem});
         EXPECT_FALSE(isFile(archiveFile()));
         EXPECT_EQ(findServerExe(speechFolder(), 0), "") << "looks whole after " << item.lastLine;
     }
@@ -141,7 +144,7 @@ TEST_F(SpeechFirstRun, TheModelIsJudgedBySizeAndAskedForThreeTimes) {
 
 TEST_F(SpeechFirstRun, IsCancelledAtEachStage) {
     const std::pair<const char*, const char*> cases[] = {
-        {"Finding", "Couldn't reach GitHub for the speech engine."},
+        {"Finding", "Finding the speech engine..."},
         {"Unpacking", "Unpacking speech engine..."},
         {"Downloading ears", "Downloading ears... "},
     };

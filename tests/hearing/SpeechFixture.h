@@ -26,12 +26,13 @@ protected:
     }
 
     bool start() {
+        problems.clear();
         return engine.start(
             [this](const std::string& line) {
                 lines.push_back(line);
                 if (!cancelAt.empty() && line.rfind(cancelAt, 0) == 0) cancel = true;
             },
-            &cancel);
+            [this](const std::string& line) { problems.push_back(line); }, &cancel);
     }
 
     std::string transcribeTone(int32_t hertz) {
@@ -61,7 +62,8 @@ protected:
 
     using Lines = std::vector<std::string>;
     SpeechEngine engine;
-    Lines lines;
+    Lines lines;     ///< of progress
+    Lines problems;  ///< of the last start
     std::atomic<bool> cancel = false;
     std::string cancelAt;  ///< beginning of the status line at which the user quits
 };

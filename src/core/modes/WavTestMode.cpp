@@ -67,7 +67,8 @@ int runWavTestMode(Companion& companion, const WavTestOrder& order) {
     SpeechEngine& speech = companion.speech;
     Ears& ears = companion.ears;
     const std::atomic<bool> cancel = false;  // one stops this mode by ending the program
-    if (!speech.start([&](const std::string& line) { output.add("[status] " + line); }, &cancel)) {
+    const auto tell = [&output](const std::string& line) { output.add("[status] " + line); };
+    if (!speech.start(tell, tell, &cancel)) {
         output.add("[error] stt");
         return 1;
     }
