@@ -14,7 +14,7 @@
 
 #include "Figures.h"
 #include "Sockets.h"
-#include "brain/ModelDownloader.h"
+#include "engines/ModelDownloader.h"
 #include "foundation/Files.h"
 #include "platform/process.h"
 #include "platform/system.h"

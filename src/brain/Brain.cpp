@@ -2,43 +2,53 @@
 
 #include <algorithm>
 
-#include "brain/EngineInstaller.h"
-#include "brain/ModelDownloader.h"
-#include "brain/ReleaseListing.h"
-#include "brain/ServerLaunch.h"
+#include "engines/EngineInstaller.h"
+#include "engines/ModelDownloader.h"
+#include "engines/ServerLaunch.h"
 #include "foundation/Files.h"
 #include "foundation/Log.h"
-#include "foundation/Paths.h"
 #include "platform/system.h"
 #include "platform/texts.h"
 
 namespace {
 
-constexpr uint64_t unpackLimitMs = 120000;
 constexpr uint64_t freeSpaceMargin = 268435456;  // 256 MiB that a download leaves to the rest of the system
 
 std::string megabytes(uint64_t bytes) {
     return std::to_string(bytes >> 20);
 }
 
-ProcessOptions serverCommand(const Brain& brain, int32_t modelIndex) {
-    const bool useGpu = brain.gpuMode == 1;
-    const auto& model = brain.catalogue.at(static_cast<size_t>(modelIndex));
-    ProcessOptions options;
-    options.executable = engineExe(useGpu);
-    options.arguments = {"-m",      joinPath(modelsFolder(), model.file),
-                         "--host",  "127.0.0.1",
-                         "--port",  std::to_string(brain.port),
-                         "-c",      "6144",
-                         "-t",      std::to_string(std::max(physicalCoreCount(), 2)),
-                         "--jinja", "--no-webui",
-                         "-np",     "1"};
-    // Row 0 is a model that doesn't think aloud; the others would, and be slow for it.
-    if (modelIndex != 0) options.arguments.insert(options.arguments.end(), {"--reasoning", "off"});
-    options.workingFolder = engineFolder(useGpu);
-    options.logFile = joinPath(dataFolder(), "llama-server.log");
-    options.raisePriority = true;
-    return options;
+EngineBuild engineBuild(bool useGpu) {
+    const std::string part = useGpu ? platformTexts.gpuEngineAsset : platformTexts.cpuEngineAsset;
+    EngineBuild build;
+    build.project = "ggml-org/llama.cpp";
+    build.isWanted = [part](const std::string& name) {
+        return name.rfind("llama-", 0) == 0 && name.find(part) != std::string::npos;
+    };
+    build.folder = engineFolder(useGpu);
+    build.archive = joinPath(build.folder, "engine.zip");
+    build.program = platformTexts.engineProgram;
+    build.searchDepth = 1;
+    build.placement = Placement::flat;
+    build.unpackLimitMs = 120000;
+    build.keepsBadArchive = true;
+    return build;
+}
+
+ServerLaunch serverLaunch(const Brain& brain, int32_t modelIndex) {
+    ServerLaunch launch;
+    launch.executable = engineExe(brain.gpuMode == 1);
+    launch.model = joinPath(modelsFolder(), brain.catalogue.at(static_cast<size_t>(modelIndex)).file);
+    launch.port = brain.port;
+    launch.options = {"-c",      "6144",       "-t",  std::to_string(std::max(physicalCoreCount(), 2)),
+                      "--jinja", "--no-webui", "-np", "1"};
+    // The model of row 0 doesn't reason; the others would, and be slow.
+    if (modelIndex != 0) launch.options.insert(launch.options.end(), {"--reasoning", "off"});
+    launch.logName = "llama-server.log";
+    launch.raisePriority = true;
+    launch.healthRoute = "/health";
+    launch.healthTries = brain.healthTries;
+    return launch;
 }
 
 }  // namespace
@@ -65,22 +75,22 @@ bool Brain::launchServer(int32_t modelIndex, const StatusFn& onStatus, CancelFla
     if (ready && runningModel == modelIndex) return true;
     stop();
     onStatus(gpuMode == 1 ? "Waking up my brain (GPU)..." : "Waking up my brain...");
-    if (!process.start(serverCommand(*this, modelIndex))) {
-        onStatus("Couldn't start the local AI engine.");
-        return false;
-    }
-    switch (waitForHealth(process, port, "/health", healthTries, cancel)) {
-        case ServerHealth::ready:
+    switch (startServer(serverLaunch(*this, modelIndex), process, cancel)) {
+        case ServerStart::ready:
             runningModel = modelIndex;
             ready = true;
             break;
-        case ServerHealth::exited:
+        case ServerStart::portTaken:
+        case ServerStart::notCreated:
+            onStatus("Couldn't start the local AI engine.");
+            break;
+        case ServerStart::exited:
             onStatus("The AI engine stopped unexpectedly (see llama-server.log).");
             break;
-        case ServerHealth::timedOut:
+        case ServerStart::timedOut:
             onStatus("The AI engine took too long to start.");
             break;
-        case ServerHealth::cancelled:
+        case ServerStart::cancelled:
             break;
     }
     return ready;
@@ -90,48 +100,38 @@ bool Brain::ensureEngine(const StatusFn& onStatus, CancelFlag* cancel) {
     const bool useGpu = gpuMode == 1;
     if (isFile(engineExe(useGpu))) return true;
     onStatus("Finding the latest local-AI engine...");
-    const HttpResponse listing = fetchReleaseListing(endpoints.releases, "ggml-org/llama.cpp", cancel);
-    if (listing.status != 200 || !listing.error.empty()) {
-        onStatus("Couldn't reach GitHub (" + listing.error + ")");
-        return false;
-    }
-    const std::string ending = useGpu ? platformTexts.gpuEngineAsset : platformTexts.cpuEngineAsset;
-    const std::string url = chooseAsset(listing.body, [&](const std::string& name) {
-        return name.rfind("llama-", 0) == 0 && name.find(ending) != std::string::npos;
-    });
-    if (url.empty() && useGpu) {
-        logLine("gpu: no Vulkan build in recent releases, using CPU engine");
-        gpuMode = 0;
-        return ensureEngine(onStatus, cancel);
-    }
-    if (url.empty()) {
-        onStatus(platformTexts.noEngineBuild);
-        return false;
-    }
-
-    const std::string archive = joinPath(engineFolder(useGpu), "engine.zip");
-    const auto showProgress = [&](uint64_t done, uint64_t total) {
+    InstallCallbacks callbacks;
+    callbacks.onProgress = [&](uint64_t done, uint64_t total) {
         onStatus("Downloading engine... " + megabytes(done) + (total == 0 ? "" : "/" + megabytes(total)) +
                  " MB");
     };
-    HttpResponse response;
-    switch (downloadArchive(url, archive, showProgress, cancel, response)) {
-        case ArchiveDownload::notOpened:
-            return false;
-        case ArchiveDownload::failed:
+    callbacks.onUnpack = [&] { onStatus("Unpacking engine..."); };
+    const auto [result, response] = installEngine(engineBuild(useGpu), endpoints.releases, callbacks, cancel);
+    switch (result) {
+        case InstallResult::installed:
+            return true;
+        case InstallResult::noListing:
+            onStatus("Couldn't reach GitHub (" + response.error + ")");
+            break;
+        case InstallResult::noBuild:
+            if (useGpu) {
+                logLine("gpu: no Vulkan build in recent releases, using CPU engine");
+                gpuMode = 0;
+                return ensureEngine(onStatus, cancel);
+            }
+            onStatus(platformTexts.noEngineBuild);
+            break;
+        case InstallResult::downloadFailed:
             onStatus("Engine download failed: " + response.error);
-            return false;
-        case ArchiveDownload::complete:
+            break;
+        case InstallResult::unpackFailed:
+            onStatus("Couldn't unpack the engine.");
+            break;
+        case InstallResult::archiveNotOpened:
+        case InstallResult::noProgram:
             break;
     }
-    onStatus("Unpacking engine...");
-    if (!installArchive(archive, engineFolder(useGpu), {platformTexts.engineProgram, 1, true}, unpackLimitMs,
-                        cancel)) {
-        onStatus("Couldn't unpack the engine.");
-        return false;
-    }
-    removeFile(archive);
-    return isFile(engineExe(useGpu));
+    return false;
 }
 
 bool Brain::ensureModel(int32_t modelIndex, const StatusFn& onStatus, CancelFlag* cancel) {
@@ -143,7 +143,7 @@ bool Brain::ensureModel(int32_t modelIndex, const StatusFn& onStatus, CancelFlag
     download.pauseMs = downloadPauseMs;
     const std::string part = partPath(download.path);
 
-    // A file at 95 % of the known size counts: the publisher may have made it anew since.
+    // 95 % of the known size is enough: the publisher may have replaced the file.
     if (isFile(download.path) && fileSize(download.path) >= model.size * 95 / 100) return true;
     if (fileSize(part) >= model.size && replaceFile(part, download.path)) return true;
 
@@ -158,6 +158,10 @@ bool Brain::ensureModel(int32_t modelIndex, const StatusFn& onStatus, CancelFlag
         const uint64_t percent = total == 0 ? 0 : done * 100 / total;
         onStatus("Downloading brain (" + model.label.substr(0, 5) + ")... " + std::to_string(percent) +
                  "%  " + megabytes(done) + "/" + megabytes(total == 0 ? model.size : total) + " MB");
+    };
+    download.onFailure = [](int32_t attempt, const HttpResponse& response) {
+        logLine("model download attempt %d failed: status=%d err=%s", attempt, response.status,
+                response.error.c_str());
     };
     const DownloadResult result = downloadModel(download, cancel);
     if (result == DownloadResult::failed) {

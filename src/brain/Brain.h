@@ -7,18 +7,17 @@
 #include <vector>
 
 #include "brain/ChatClient.h"
-#include "brain/GpuProbe.h"
 #include "brain/ModelCatalogue.h"
+#include "engines/GpuProbe.h"
 #include "foundation/Callbacks.h"
 #include "foundation/Endpoints.h"
 #include "platform/process.h"
 
-/// Owner of the language-model server: fetches its program and its model, chooses between the GPU and the CPU
-/// build, starts it as a hidden child, waits until it answers, and ends it. After a good start it does
-/// nothing more until it is asked to start again; a server that dies later isn't noticed here.
+/// Installs, starts and ends the language-model server, and chooses between its GPU and its CPU build. The
+/// server isn't watched after a successful start.
 ///
-/// Threads: `ready` from any; all else from one thread at a time, a worker's, since `start` blocks for as
-/// long as downloads and loading take.
+/// Threads: `ready` any; everything else one thread at a time, a worker's, because `start` blocks during
+/// downloads and loading.
 class Brain {
 public:
     explicit Brain(Endpoints hosts = {}, std::vector<ModelInfo> models = modelCatalogue())
@@ -27,39 +26,38 @@ public:
     Brain(const Brain&) = delete;
     Brain& operator=(const Brain&) = delete;
 
-    /// Brings up the server with the model of this row, from nothing if need be. True when it is ready; at
-    /// once and without a word when it was already. False after `onStatus` was told why, or when `cancel`
-    /// turned true. While an engine or model is fetched, a server with another model goes on answering. When
-    /// the GPU build doesn't come up, the CPU build is tried, for the rest of the process.
+    /// Brings up the server with the model of this row, downloading whatever is missing. Returns true when it
+    /// is ready; immediately if it already was. Returns false on failure, of which `onStatus` has then
+    /// received the reason, and when `cancel` became true. During downloads a server with another model keeps
+    /// answering. If the GPU build fails, the CPU build is used for the rest of the process.
     [[nodiscard]] bool start(int32_t modelIndex, const StatusFn& onStatus, CancelFlag* cancel);
 
-    /// Ends the server. Safe with none running.
+    /// Ends the server, if one is running.
     void stop();
 
-    /// The client that talks to this server.
+    /// Returns a client of this server.
     [[nodiscard]] ChatClient chatClient() const { return ChatClient(port); }
 
     // The steps of `start`.
 
-    /// Launches the server of the present mode and waits for its health. The server is ready only if it is
-    /// our own child that listens on the port: a stranger there is a failed start.
+    /// Launches the server of the current mode and waits until it is ready. Fails if another program listens
+    /// on the port.
     [[nodiscard]] bool launchServer(int32_t modelIndex, const StatusFn& onStatus, CancelFlag* cancel);
-    /// Sees to the program of the present mode; may turn `gpuMode` to 0. Installed is installed: the network
-    /// is asked only when the program's file is missing.
+    /// Installs the program of the current mode if its file is missing; may set `gpuMode` to 0.
     [[nodiscard]] bool ensureEngine(const StatusFn& onStatus, CancelFlag* cancel);
-    /// Sees to the model's file, resuming what an earlier run began.
+    /// Downloads the model if its file is missing, and resumes what an earlier run began.
     [[nodiscard]] bool ensureModel(int32_t modelIndex, const StatusFn& onStatus, CancelFlag* cancel);
 
     const Endpoints endpoints;
     const std::vector<ModelInfo> catalogue;
     std::function<bool()> probeGpu =
-        probeForGpu;  ///< whether this machine gets the GPU build; asked at most once
+        probeForGpu;  ///< whether this PC gets the GPU build; called at most once
 
-    ChildProcess process;             ///< the server, or one left behind by a wait that was given up
-    std::atomic<bool> ready = false;  ///< it answered its health check and hasn't been stopped since
+    ChildProcess process;             ///< the server, or one left loading by a cancelled or timed-out start
+    std::atomic<bool> ready = false;  ///< the server has answered its health check and hasn't been stopped
     int32_t port = 8765;              ///< of the server, on loopback
-    int32_t runningModel = -1;        ///< row that it has loaded; -1 for none
-    int32_t gpuMode = -1;             ///< -1 not yet decided, 0 CPU build, 1 GPU build
-    uint64_t downloadPauseMs = 2000;  ///< between two attempts at a model
-    int32_t healthTries = 600;        ///< each with a pause of 200 ms behind it: at least two minutes
+    int32_t runningModel = -1;        ///< row of the loaded model; -1 for none
+    int32_t gpuMode = -1;             ///< -1 undecided, 0 CPU build, 1 GPU build
+    uint64_t downloadPauseMs = 2000;  ///< between two attempts to download a model
+    int32_t healthTries = 600;        ///< 200 ms apart: at least two minutes
 };

@@ -1,21 +1,10 @@
 #include "brain/ModelCatalogue.h"
 
 #include "foundation/Files.h"
-#include "foundation/Paths.h"
 #include "platform/texts.h"
 
-namespace {
-
-std::string createdFolder(const char* name) {
-    std::string path = joinPath(dataFolder(), name);
-    createFolder(path);
-    return path;
-}
-
-}  // namespace
-
 const std::vector<ModelInfo>& modelCatalogue() {
-    // The sizes are those of the published files; whether a download is complete rests on them.
+    // The sizes of the published files decide whether a download is complete.
     static const std::vector<ModelInfo> models = {
         {"Smart - Qwen3 4B (2.5 GB, best tool use)", "Qwen3-4B-Instruct-2507-Q4_K_M.gguf",
          "/unsloth/Qwen3-4B-Instruct-2507-GGUF/resolve/main/Qwen3-4B-Instruct-2507-Q4_K_M.gguf", 2497281120},
@@ -25,10 +14,6 @@ const std::vector<ModelInfo>& modelCatalogue() {
          "/unsloth/Qwen3-8B-GGUF/resolve/main/Qwen3-8B-Q4_K_M.gguf", 5027784512},
     };
     return models;
-}
-
-std::string modelsFolder() {
-    return createdFolder("models");
 }
 
 std::string engineFolder(bool useGpu) {

@@ -4,23 +4,23 @@
 #include <string>
 #include <vector>
 
+#include "engines/EngineFolders.h"
+
 /// One language model that the brain can run.
 struct ModelInfo {
     std::string
         label;  ///< the entry in the settings window's list; its first five letters name it in progress lines
-    std::string file;  ///< file name under the models folder
-    std::string url;   ///< path on the model host
+    std::string file;  ///< file name in `modelsFolder`
+    std::string url;   ///< path on the host of the models
     uint64_t size;     ///< expected size in bytes
 };
 
-/// The models in the order that settings and the server's command line rely on: the row is
-/// `Settings::modelIndex`.
+/// Returns all models; `Settings::modelIndex` is the row. Settings files and the server's command line depend
+/// on the order.
 const std::vector<ModelInfo>& modelCatalogue();
 
-/// The folders of the models and of the two engine builds, created on every call so that one can write into
-/// them.
-std::string modelsFolder();
+/// Returns the folder of an engine build; created on every call so that callers can write to it.
 std::string engineFolder(bool useGpu);
 
-/// The language-model server's program of a build.
+/// Returns the path of a build's server program.
 std::string engineExe(bool useGpu);

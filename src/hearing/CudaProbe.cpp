@@ -1,10 +1,9 @@
 #include "hearing/CudaProbe.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 
-#include "brain/GpuProbe.h"
+#include "engines/GpuProbe.h"
 
 namespace {
 
@@ -13,10 +12,9 @@ constexpr uint32_t nvidiaVendor = 0x10DE;
 }  // namespace
 
 bool hasCudaCard(const std::vector<GraphicsAdapter>& adapters) {
-    std::vector<GraphicsAdapter> cards;
-    std::copy_if(adapters.begin(), adapters.end(), std::back_inserter(cards),
-                 [](const GraphicsAdapter& adapter) { return adapter.vendor == nvidiaVendor; });
-    return capableAdapter(cards) != nullptr;
+    return std::any_of(adapters.begin(), adapters.end(), [](const GraphicsAdapter& adapter) {
+        return adapter.vendor == nvidiaVendor && isCapable(adapter);
+    });
 }
 
 bool probeForCuda() {

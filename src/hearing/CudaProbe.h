@@ -4,9 +4,9 @@
 
 #include "platform/system.h"
 
-/// Whether one of the adapters is a card from NVIDIA, and strong enough for the GPU build of an engine.
+/// Returns whether one of the adapters is from NVIDIA and strong enough for the GPU build of an engine.
 bool hasCudaCard(const std::vector<GraphicsAdapter>& adapters);
 
-/// Whether this machine should get the CUDA build of the speech engine, by the driver and its adapters. Says
-/// nothing in the log. Threads: any; blocks for as long as the graphics drivers take to load.
+/// Returns whether this PC should get the CUDA build of the speech engine: it has NVIDIA's driver and a
+/// strong enough card. Doesn't log. Threads: any; blocks while the graphics drivers load.
 bool probeForCuda();

@@ -1,23 +1,22 @@
 #include "hearing/SpeechEngine.h"
 
-#include <filesystem>
+#include <exception>
 
-#include "brain/EngineInstaller.h"
-#include "brain/ModelCatalogue.h"
-#include "brain/ModelDownloader.h"
-#include "brain/ReleaseListing.h"
-#include "brain/ServerLaunch.h"
+#include "engines/EngineFolders.h"
+#include "engines/EngineInstaller.h"
+#include "engines/ModelDownloader.h"
+#include "engines/ServerLaunch.h"
 #include "foundation/Files.h"
 #include "foundation/Log.h"
-#include "foundation/Paths.h"
 #include "foundation/Ticks.h"
-#include "hearing/SpeechFolders.h"
+#include "hearing/CudaUpgrade.h"
+#include "hearing/SpeechEngineBuilds.h"
 #include "platform/texts.h"
 
 namespace {
 
 constexpr uint64_t modelBytes = 147964211;         // of the published file
-constexpr uint64_t modelPresentBytes = 140566000;  // 95 %: the publisher may have made it anew since
+constexpr uint64_t modelPresentBytes = 140566000;  // 95 %: the publisher may have replaced the file
 constexpr size_t leastSamples = 3200;              // 200 ms
 constexpr int32_t transcriptionLimitMs = 60000;
 
@@ -68,34 +67,26 @@ bool SpeechEngine::ensureEngine(const StatusFn& onProgress, const StatusFn& onPr
                                 CancelFlag* cancel) const {
     if (!findServerExe(speechFolder(), 0).empty()) return true;
     onProgress("Finding the speech engine...");
-    const HttpResponse listing = fetchReleaseListing(endpoints.releases, "ggml-org/whisper.cpp", cancel);
-    if (listing.status != 200 || !listing.error.empty()) {
-        onProblem("Couldn't reach GitHub for the speech engine.");
-        return false;
-    }
-    const std::string url =
-        chooseAsset(listing.body, [](const std::string& name) { return name == platformTexts.speechAsset; });
-    if (url.empty()) {
-        onProblem(platformTexts.noSpeechBuild);
-        return false;
-    }
-    const std::string archive = joinPath(speechFolder(), "engine.zip");
-    HttpResponse response;
-    switch (downloadArchive(url, archive, {}, cancel, response)) {
-        case ArchiveDownload::notOpened:
-            return false;
-        case ArchiveDownload::failed:
+    InstallCallbacks callbacks;
+    callbacks.onUnpack = [&] { onProgress("Unpacking speech engine..."); };
+    switch (installEngine(cpuSpeechBuild(), endpoints.releases, callbacks, cancel).result) {
+        case InstallResult::installed:
+            return true;
+        case InstallResult::noListing:
+            onProblem("Couldn't reach GitHub for the speech engine.");
+            break;
+        case InstallResult::noBuild:
+            onProblem(platformTexts.noSpeechBuild);
+            break;
+        case InstallResult::downloadFailed:
             onProblem("Speech engine download failed.");
-            return false;
-        case ArchiveDownload::complete:
+            break;
+        case InstallResult::archiveNotOpened:
+        case InstallResult::unpackFailed:
+        case InstallResult::noProgram:
             break;
     }
-    onProgress("Unpacking speech engine...");
-    const bool isInstalled =
-        installArchive(archive, speechFolder(), {platformTexts.speechProgram, serverSearchDepth, false},
-                       speechUnpackLimitMs, cancel);
-    removeFile(archive);
-    return isInstalled && !findServerExe(speechFolder(), 0).empty();
+    return false;
 }
 
 bool SpeechEngine::ensureModel(const StatusFn& onProgress, CancelFlag* cancel) const {
@@ -131,7 +122,7 @@ bool SpeechEngine::launchServer(CancelFlag* cancel) {
     return true;
 }
 
-/// Launches the CUDA build that an earlier run has brought in, unless it is ruled out on this machine.
+/// Launches the CUDA build that an earlier run has installed, unless it is ruled out.
 bool SpeechEngine::launchCuda(CancelFlag* cancel) {
     if (isFile(cudaMarkerFile())) return false;
     const std::string exe = findServerExe(speechCudaFolder(), 0);
@@ -146,20 +137,30 @@ bool SpeechEngine::launchCuda(CancelFlag* cancel) {
     return false;
 }
 
+void SpeechEngine::beginUpgrade() {
+    if (upgradeThread.joinable() || stopUpgrade || isFile(cudaMarkerFile()) || !probeCuda()) return;
+    upgradeThread = std::thread([this] {
+        try {
+            CudaUpgrade(*this).run();
+        } catch (const std::exception& error) {
+            logLine("stt: CUDA upgrade ended by an unexpected error: %s", error.what());
+        }
+        trialProcess.end();
+    });
+}
+
 bool SpeechEngine::launch(const std::string& exe, int32_t serverPort, const std::string& logName,
                           ChildProcess& slot, CancelFlag* cancel) const {
-    slot.end();
-    // Two servers can share a port, and a stranger would then get half of what was said.
-    if (isPortTaken(serverPort)) {
-        logLine("stt: port %d is taken by another program", serverPort);
-        return false;
-    }
-    ProcessOptions options;
-    options.executable = exe;
-    options.arguments = {"-m", modelFile(), "--host", "127.0.0.1", "--port", std::to_string(serverPort),
-                         "-t", "4",         "-ac",    "768",       "-l",     "en"};
-    options.workingFolder = std::filesystem::path(exe).parent_path().string();
-    options.logFile = joinPath(dataFolder(), logName);
-    return slot.start(options) &&
-           waitForHealth(slot, serverPort, "/", healthTries, cancel) == ServerHealth::ready;
+    ServerLaunch launch;
+    launch.executable = exe;
+    launch.model = modelFile();
+    launch.port = serverPort;
+    launch.options = {"-t", "4", "-ac", "768", "-l", "en"};
+    launch.logName = logName;
+    launch.sharesPort = true;  // another server there would get half of what is said
+    launch.healthRoute = "/";
+    launch.healthTries = healthTries;
+    const ServerStart result = startServer(launch, slot, cancel);
+    if (result == ServerStart::portTaken) logLine("stt: port %d is taken by another program", serverPort);
+    return result == ServerStart::ready;
 }

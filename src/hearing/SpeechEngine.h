@@ -16,13 +16,11 @@
 #include "hearing/Transcription.h"
 #include "platform/process.h"
 
-/// Owner of the speech-to-text server: fetches its program and its model, starts it as a hidden child, has it
-/// transcribe, and ends it. It comes up on what is there; on a machine with a suitable card the CUDA build is
-/// then fetched and tried behind the user's back, on a port of its own, and takes over once it has done a
-/// transcription. A server that dies later isn't noticed here: transcripts are empty then.
+/// Installs, starts and ends the speech-to-text server, and sends it utterances to transcribe. It starts with
+/// the build that is installed; on a PC with a suitable graphics card a `CudaUpgrade` then runs in the
+/// background. The server isn't watched after a successful start: if it dies, transcripts are empty.
 ///
-/// Threads: `start` and `stop` from one thread at a time; `transcribe` from any, any number at once, also
-/// while the upgrade runs on a thread of its own.
+/// Threads: `start` and `stop` one thread at a time; `transcribe` any, also while the upgrade runs.
 class SpeechEngine {
 public:
     explicit SpeechEngine(Endpoints hosts = {}) : endpoints(std::move(hosts)) {}
@@ -37,16 +35,16 @@ public:
     /// upgrade continues after the return.
     [[nodiscard]] bool start(const StatusFn& onProgress, const StatusFn& onProblem, CancelFlag* cancel);
 
-    /// Breaks off an upgrade without a trace and ends the server. No further upgrade begins behind it. Safe
-    /// with none running.
+    /// Cancels the upgrade without a trace and ends the server, if they are running. No upgrade begins after
+    /// it.
     void stop();
 
-    /// What was said in these samples (16 kHz mono), as UTF-8. Empty when nothing was, when they last less
-    /// than 200 ms, when no server is ready, when the request failed (the log says so) or when `cancel`
-    /// turned true. One transcription at a time; others wait for their turn.
+    /// Returns what was said in these samples (16 kHz mono), as UTF-8. Empty when nothing was said, when they
+    /// last less than 200 ms, when no server is ready, when the request failed (which is logged) or when
+    /// `cancel` became true. Transcribes one utterance at a time; further callers wait.
     std::string transcribe(const std::vector<int16_t>& samples, CancelFlag* cancel);
 
-    /// One transcription by the server on this port: its raw answer. No audio is too short for it.
+    /// Has the server on this port transcribe samples of any length and returns its raw answer.
     static HttpResponse postInference(int32_t port, const std::vector<int16_t>& samples, CancelFlag* cancel,
                                       int32_t timeoutMs);
 
@@ -55,29 +53,27 @@ public:
         return ::extractCommand(text, out);
     }
 
-    /// Starts the program `exe` in `slot`, in place of what was there, with `logName` in the data folder for
-    /// its output, and waits for its health. False when it can't be created, when it ends, when the waiting
-    /// runs out or is cancelled (`slot` keeps it then), and when the port is another program's.
+    /// Ends the server in `slot`, starts the program `exe` in its place with its output in `logName` in the
+    /// data folder, and waits until it is ready. Returns false when the port is taken, when it can't be
+    /// created or ends, and when the wait times out or is cancelled (`slot` then keeps it).
     [[nodiscard]] bool launch(const std::string& exe, int32_t serverPort, const std::string& logName,
                               ChildProcess& slot, CancelFlag* cancel) const;
 
     const Endpoints endpoints;
-    std::function<bool()> probeCuda = probeForCuda;  ///< whether this machine may get the CUDA build
-    uint64_t downloadPauseMs = 2000;                 ///< behind each failed attempt at the model
-    int32_t healthTries = 300;  ///< each with a pause of 200 ms behind it: at least a minute
+    std::function<bool()> probeCuda = probeForCuda;  ///< whether this PC may get the CUDA build
+    uint64_t downloadPauseMs = 2000;                 ///< after each failed attempt to download the model
+    int32_t healthTries = 300;                       ///< 200 ms apart: at least a minute
 
-    std::thread upgradeThread;              ///< started once at most
-    std::atomic<bool> stopUpgrade = false;  ///< tells the upgrade to end; stays set from `stop` on
-    std::atomic<bool> ready = false;        ///< the server in service answered its health check
+    std::thread upgradeThread;              ///< started at most once
+    std::atomic<bool> stopUpgrade = false;  ///< cancels the upgrade; stays set after `stop`
+    std::atomic<bool> ready = false;        ///< the server in service has answered its health check
 
     // Guarded by `lock` while the upgrade runs.
-    std::mutex lock;       ///< held for each transcription, and for the swap of the servers
-    ChildProcess process;  ///< the server in service, or one left behind by a wait that was given up
-    int32_t port = 8792;   ///< of the server in service, on loopback; one more after a swap
+    std::mutex lock;       ///< held for each transcription and while the servers are swapped
+    ChildProcess process;  ///< the server in service, or one left loading by a cancelled or timed-out start
+    int32_t port = 8792;   ///< of the server in service, on loopback; 1 higher after a swap
 
-    /// The CUDA server under trial: the upgrade's own, which also ends it. A set `stopUpgrade` breaks off
-    /// whatever the upgrade waits for, so nobody else needs to touch it.
-    ChildProcess trialProcess;
+    ChildProcess trialProcess;  ///< the CUDA server under trial; upgrade thread only
 
 private:
     [[nodiscard]] bool ensureEngine(const StatusFn& onProgress, const StatusFn& onProblem,
@@ -85,12 +81,5 @@ private:
     [[nodiscard]] bool ensureModel(const StatusFn& onProgress, CancelFlag* cancel) const;
     [[nodiscard]] bool launchServer(CancelFlag* cancel);
     [[nodiscard]] bool launchCuda(CancelFlag* cancel);
-
-    // The upgrade, in CudaUpgrade.cpp.
     void beginUpgrade();
-    void upgrade();
-    [[nodiscard]] bool fetchCuda() const;
-    [[nodiscard]] bool tryCuda(int32_t trialPort);
-    void swapServers(int32_t trialPort);
-    void failUpgrade(const char* reason) const;
 };

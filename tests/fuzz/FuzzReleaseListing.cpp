@@ -1,7 +1,7 @@
 // The list of an engine's releases, as a web host sends it: what is chosen from it stands in it, beside a
 // name that was asked for.
 
-#include "brain/ReleaseListing.h"
+#include "engines/ReleaseListing.h"
 
 #include "fuzz/Require.h"
 

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "brain/ModelCatalogue.h"
+#include "engines/EngineFolders.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "hearing/SpeechEngine.h"
-#include "hearing/SpeechFolders.h"
+#include "hearing/SpeechEngineBuilds.h"
 #include "support/EngineFolder.h"
 
 /// A speech engine on ports of its own, and what it leaves in the data folder.

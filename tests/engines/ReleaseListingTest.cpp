@@ -1,4 +1,4 @@
-#include "brain/ReleaseListing.h"
+#include "engines/ReleaseListing.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "brain/GpuProbe.h"
+#include "engines/GpuProbe.h"
 
 #include <algorithm>
 
@@ -11,10 +11,12 @@ constexpr uint64_t leastVideoMemory = 3221225472;  // 3 GiB
 
 }  // namespace
 
+bool isCapable(const GraphicsAdapter& adapter) {
+    return !adapter.isSoftware && adapter.dedicatedMemory >= leastVideoMemory;
+}
+
 const GraphicsAdapter* capableAdapter(const std::vector<GraphicsAdapter>& adapters) {
-    const auto found = std::find_if(adapters.begin(), adapters.end(), [](const GraphicsAdapter& adapter) {
-        return !adapter.isSoftware && adapter.dedicatedMemory >= leastVideoMemory;
-    });
+    const auto found = std::find_if(adapters.begin(), adapters.end(), isCapable);
     return found == adapters.end() ? nullptr : &*found;
 }
 

@@ -1,15 +1,14 @@
-#include "brain/ModelDownloader.h"
+#include "engines/ModelDownloader.h"
 
 #include <cstdio>
 #include <utility>
 
 #include "foundation/Files.h"
-#include "foundation/Log.h"
 #include "foundation/Ticks.h"
 
 namespace {
 
-/// One attempt: the ".part" file and what the server says of itself.
+/// One attempt: one request whose body is appended to the ".part" file.
 class Attempt {
 public:
     Attempt(const ModelDownload& theDownload, CancelFlag* cancel)
@@ -41,12 +40,11 @@ private:
     void open(const char* mode) {
         file.reset();
         file = openFile(path, mode);
-        // The chunks are large: a buffer of the file's own would only copy them, and hide a full disk until
-        // later.
+        // Unbuffered: the chunks are large, and a buffer would report a full disk late.
         if (opened()) std::setvbuf(file.get(), nullptr, _IONBF, 0);
     }
 
-    /// Decides by the headers what becomes of the body.
+    /// Decides by the headers what to do with the body.
     bool accept(const HttpResponseHead& head) {
         wanted = head.status == 200 || head.status == 206;
         declared = head.bodyBytes.value_or(0);
@@ -74,16 +72,11 @@ private:
     HttpRequest request;
     bool wanted = false;
     uint64_t received = 0;  ///< bytes of this response
-    uint64_t declared = 0;  ///< bytes that it should have; 0 when it doesn't say
+    uint64_t declared = 0;  ///< bytes that it should have, or 0 if it doesn't say
     uint64_t lastReport = 0;
 };
 
 }  // namespace
-
-void logFailedAttempt(int32_t attempt, const HttpResponse& response) {
-    logLine("model download attempt %d failed: status=%d err=%s", attempt, response.status,
-            response.error.c_str());
-}
 
 std::string partPath(const std::string& path) {
     return path + ".part";
@@ -96,12 +89,12 @@ DownloadResult downloadModel(const ModelDownload& download, CancelFlag* cancel) 
         const HttpResponse response = attempt.run();
         if (*cancel) return DownloadResult::cancelled;
         const bool whole = (response.status == 200 || response.status == 206) && response.error.empty();
-        // 416 says that nothing lies beyond what we have.
+        // 416: the file ends where our part does.
         if (whole || response.status == 416) {
             return replaceFile(partPath(download.path), download.path) ? DownloadResult::complete
                                                                        : DownloadResult::fileTrouble;
         }
-        download.onFailure(number, response);
+        if (download.onFailure) download.onFailure(number, response);
         if (!pauseUnlessCancelled(download.pauseMs, cancel)) return DownloadResult::cancelled;
     }
     return DownloadResult::failed;

@@ -1,4 +1,4 @@
-#include "brain/GpuProbe.h"
+#include "engines/GpuProbe.h"
 
 #include <gtest/gtest.h>
 

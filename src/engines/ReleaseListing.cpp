@@ -1,4 +1,4 @@
-#include "brain/ReleaseListing.h"
+#include "engines/ReleaseListing.h"
 
 #include "foundation/Json.h"
 
@@ -14,6 +14,14 @@ std::string textAt(const json& object, const char* key) {
 
 }  // namespace
 
+HttpResponse fetchReleaseListing(const std::string& releases, const std::string& project,
+                                 CancelFlag* cancel) {
+    HttpRequest request;
+    request.cancel = cancel;
+    request.headers = {{"Accept", "application/vnd.github+json"}};
+    return HttpClient::send(releases + "/repos/" + project + "/releases?per_page=8", request);
+}
+
 std::string chooseAsset(const std::string& listing,
                         const std::function<bool(const std::string& name)>& isWanted) {
     const json releases = parseJson(listing);
@@ -24,7 +32,8 @@ std::string chooseAsset(const std::string& listing,
         if (assets == release.end() || !assets->is_array()) continue;
         for (const json& asset : *assets) {
             if (!isWanted(textAt(asset, "name"))) continue;
-            // Only a release's first match counts: without an address the next older release is looked at.
+            // Only the first match of a release counts; without an address the next older release is
+            // searched.
             std::string url = textAt(asset, "browser_download_url");
             if (!url.empty()) return url;
             break;
