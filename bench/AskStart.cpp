@@ -1,5 +1,5 @@
-// How long `velu --ask` takes from its start to its first request to the engine, and which part of that is
-// the engine's own start.
+// Measures how long `velu --ask` takes from its start to its first request to the engine, and how much of
+// that is the engine's own start.
 
 #include <unistd.h>
 
@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "Benchmark.h"
 #include "Figures.h"
 #include "Sockets.h"
 #include "brain/ModelCatalogue.h"
@@ -28,7 +29,7 @@ namespace {
 constexpr int runs = 20;
 constexpr int32_t enginePort = 8765;
 
-/// What one run spent where, in milliseconds.
+/// The phases of one run, in milliseconds.
 struct Phases {
     double untilEngine;   ///< from velu's start to the engine's first line of code
     double engine;        ///< from there until it listens
@@ -36,7 +37,7 @@ struct Phases {
     double untilRequest;  ///< from there to the arrival of the first chat request
 };
 
-/// An engine for either mode and a model that takes no room.
+/// Installs the engine for both builds, and a sparse model file.
 void install(const std::string& home) {
     for (const char* build : {"llama", "llama-vulkan"}) {
         fs::create_directories(fs::path(home) / build);
@@ -49,8 +50,8 @@ void install(const std::string& home) {
     fs::resize_file(path, model.size);
 }
 
-/// What the engine wrote down, the first of each but for "health": there it is the last before the first
-/// chat.
+/// Returns the times that the engine recorded: the first of each kind, but the last "health" before the first
+/// "chat".
 std::map<std::string, int64_t> readTimes(const std::string& path) {
     std::map<std::string, int64_t> times;
     std::ifstream lines(path);
@@ -63,7 +64,7 @@ std::map<std::string, int64_t> readTimes(const std::string& path) {
     return times;
 }
 
-/// One run; nothing when no request arrived.
+/// Runs velu once. Returns nothing if no request arrived.
 std::optional<Phases> ask(const std::string& home) {
     const std::vector<std::string> records = {joinPath(home, "llama/times.txt"),
                                               joinPath(home, "llama-vulkan/times.txt")};
@@ -87,7 +88,7 @@ std::optional<Phases> ask(const std::string& home) {
     return std::nullopt;
 }
 
-/// The median of something over all runs.
+/// Returns the median of a value over all runs.
 template <typename Value>
 double middle(const std::vector<Phases>& phases, Value value) {
     std::vector<double> values(phases.size());
@@ -111,11 +112,9 @@ int main() {
         return 1;
     }
     const TemporaryFolder folder;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("VELU_HOME", folder.path.c_str(), 1);
-    // The lock against a second copy lies there; one that runs elsewhere shall not keep ours from starting.
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("XDG_RUNTIME_DIR", folder.path.c_str(), 1);
+    setVariable("VELU_HOME", folder.path);
+    // The lock against a second copy is in this folder; a running Velu mustn't keep this one from starting.
+    setVariable("XDG_RUNTIME_DIR", folder.path);
     install(folder.path);
 
     std::vector<Phases> phases;

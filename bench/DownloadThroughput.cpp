@@ -1,5 +1,5 @@
-// How fast a model's file comes in, beside the curl program with the same file from the same server, and how
-// much memory that takes.
+// Measures the speed of a model download, compared with the curl program on the same file from the same
+// server, and the memory that it takes.
 
 #include <signal.h>
 #include <sys/prctl.h>
@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "Benchmark.h"
 #include "Figures.h"
 #include "Sockets.h"
 #include "engines/ModelDownloader.h"
@@ -26,7 +27,7 @@ constexpr uint64_t bytesInFile = 1 << 30;
 constexpr int rounds = 11;
 constexpr double mebibyte = 1 << 20;
 
-/// Sends the file to one client after another until this process is ended.
+/// Sends the file to one client after another until the process is killed.
 [[noreturn]] void serveFile(int listener) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     const std::string block(1 << 20, 'v');
@@ -41,7 +42,7 @@ constexpr double mebibyte = 1 << 20;
     }
 }
 
-/// Mebibytes a second over a download of ours; 0 when it failed.
+/// Returns the MiB per second of a download by Velu's code; 0 if it failed.
 double downloadOurselves(const std::string& url, const std::string& path) {
     const std::atomic<bool> cancel = false;
     ModelDownload download;
@@ -58,7 +59,7 @@ double downloadOurselves(const std::string& url, const std::string& path) {
     return good ? static_cast<double>(bytesInFile) / mebibyte / seconds : 0;
 }
 
-/// The same for the curl program, by its own clock: its start as a process doesn't count.
+/// Returns the same for the curl program, by its own clock, which leaves out the start of its process.
 double downloadWithCurl(const std::string& url, const std::string& path) {
     ProcessOptions options;
     options.executable = CURL_PROGRAM;
@@ -73,7 +74,7 @@ double downloadWithCurl(const std::string& url, const std::string& path) {
     return static_cast<double>(bytesInFile) / mebibyte / std::strtod(seconds.c_str(), nullptr);
 }
 
-/// A figure of this process's memory ("VmRSS", "VmHWM"), in MiB.
+/// Returns a memory figure of this process ("VmRSS", "VmHWM") in MiB.
 double memory(const std::string& name) {
     std::ifstream status("/proc/self/status");
     std::string line;
@@ -96,12 +97,11 @@ int main() {
     }
     int32_t port = 0;
     const int listener = listenOnLoopback(port);
-    // The server is a process of its own, so that its memory isn't counted. It is made before any thread
-    // exists.
+    // The server is a separate process, so that its memory isn't counted. It is forked before any thread
+    // starts.
     const pid_t server = fork();
     if (server == 0) serveFile(listener);
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("VELU_HOME", folder.path.c_str(), 1);
+    setVariable("VELU_HOME", folder.path);
     const std::string url = "http://127.0.0.1:" + std::to_string(port) + "/model";
     const std::string path = joinPath(folder.path, "model");
 
@@ -111,7 +111,7 @@ int main() {
     double memoryBefore = 0;
     double memoryPeak = 0;
     for (int round = 0; round < rounds; ++round) {
-        // Each goes first in turn, so that what the one leaves to the disk cache hampers both alike.
+        // They take turns in going first, so that the disk cache affects both alike.
         double curl = round % 2 == 0 ? downloadWithCurl(url, path) : 0;
         if (round == 0) memoryBefore = memory("VmRSS");
         const double own = downloadOurselves(url, path);

@@ -21,3 +21,18 @@ double quantile(std::vector<double> values, double share) {
     const size_t above = std::min(below + 1, values.size() - 1);
     return std::lerp(values[below], values[above], place - std::floor(place));
 }
+
+std::vector<double> medianTimes(int rounds, const std::vector<std::function<void()>>& calls) {
+    std::vector<std::vector<double>> times(calls.size());
+    for (int round = 0; round < rounds; ++round) {
+        for (size_t i = 0; i < calls.size(); ++i) {
+            const int64_t begin = nanoseconds();
+            calls[i]();
+            times[i].push_back(millisecondsBetween(begin, nanoseconds()));
+        }
+    }
+    std::vector<double> medians;
+    for (const std::vector<double>& each : times)
+        medians.push_back(quantile(each, 0.5));
+    return medians;
+}

@@ -1,17 +1,18 @@
-// What a frame of the head costs the processor, beside a bare draw of the same triangles with the same
-// shaders into a target of the same kind. Meant for software GL, where all the work is the processor's.
+// Measures the processor time of one frame of the head, compared with a bare draw of the same triangles with
+// the same shaders into a target of the same kind. It is meant for software GL, where the processor does all
+// the work.
 
 #include <epoxy/gl.h>
-#include <time.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <glm/gtc/matrix_transform.hpp>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "Benchmark.h"
 #include "Figures.h"
+#include "ProcessCost.h"
 #include "presence/HeadModel.h"
 #include "presence/HeadRenderer.h"
 #include "presence/HeadShaders.h"
@@ -21,14 +22,7 @@ namespace {
 
 constexpr int rounds = 100;
 
-/// Milliseconds that all threads of this process have used.
-double processorTime() {
-    timespec time = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
-
-/// Everything in one buffer, drawn by one call.
+/// Draws the head from one buffer with one call.
 class BareDraw {
 public:
     BareDraw(const HeadModel& model, int width, int height) : width(width), height(height) {
@@ -108,13 +102,13 @@ private:
     GLuint vertexArray = 0, constants = 0, frame = 0, program = 0;
 };
 
-/// The processor's time for one drawing, milliseconds.
+/// Returns the processor time of one drawing in milliseconds.
 template <typename Draw>
 double cost(Draw draw) {
-    const double before = processorTime();
+    const double before = ownProcessorMilliseconds();
     draw();
     glFinish();
-    return processorTime() - before;
+    return ownProcessorMilliseconds() - before;
 }
 
 bool measure(const HeadSurface& surface, const HeadModel& model, int width, int height) {
@@ -142,8 +136,7 @@ bool measure(const HeadSurface& surface, const HeadModel& model, int width, int 
 
 int main() {
     const TemporaryFolder folder;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("VELU_HOME", folder.path.c_str(), 1);
+    setVariable("VELU_HOME", folder.path);
     std::string problem;
     const std::unique_ptr<HeadSurface> surface = HeadSurface::offscreen(problem);
     HeadModel model;

@@ -1,5 +1,5 @@
-// How fast a page becomes text: beside command-line converters, and on the worst inputs that a web page can
-// be.
+// Measures how fast a page is converted to text, compared with command-line converters, and on the worst
+// inputs.
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -29,7 +29,7 @@ std::string repeated(std::string_view piece, size_t bytes = pageBytes) {
     return text;
 }
 
-/// The sample page with its body as often as it takes to fill a mebibyte.
+/// Returns the sample page with its body repeated until it fills a mebibyte.
 std::string largePage(const std::string& sample) {
     const size_t body = std::min(sample.find("<body"), sample.size());
     const size_t bodyEnd = std::min(sample.find("</body"), sample.size());
@@ -38,20 +38,13 @@ std::string largePage(const std::string& sample) {
            sample.substr(bodyEnd);
 }
 
-/// The median time of a call, in milliseconds.
 double medianOf(int rounds, const std::function<void()>& call) {
-    std::vector<double> times;
-    for (int i = 0; i < rounds; ++i) {
-        const int64_t begin = nanoseconds();
-        call();
-        times.push_back(millisecondsBetween(begin, nanoseconds()));
-    }
-    return quantile(times, 0.5);
+    return medianTimes(rounds, {call}).front();
 }
 
-/// Runs a program with its output thrown away; false when it can't be run.
+/// Runs a program and discards its output. Returns false if it can't be run or fails.
 bool run(std::vector<std::string> words) {
-    std::fflush(stdout);  // or the child would write it once more
+    std::fflush(stdout);  // otherwise the child writes it again
     std::vector<char*> argv;
     for (std::string& word : words)
         argv.push_back(word.data());
@@ -66,7 +59,7 @@ bool run(std::vector<std::string> words) {
     return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// A converter's time for the page, less what it takes for an empty one; not above 0 when it can't be run.
+/// Returns a converter's time for the page minus its time for an empty page; 0 if it can't be run.
 double converterTime(const std::vector<std::string>& command, const std::string& page,
                      const std::string& empty) {
     const auto with = [&](const std::string& file) {

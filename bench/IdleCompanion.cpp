@@ -1,19 +1,17 @@
-// What the companion costs while it only looks about, on a private desktop under Xvfb: from its start to the
-// first frame on screen, its share of the processor and its memory over half a minute, and the share that is
-// left when nothing is drawn.
+// Measures the idle companion on a private desktop under Xvfb: the time from its start to the first frame on
+// the screen, its share of a core and its memory over half a minute, and the share without drawing.
 
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Benchmark.h"
 #include "Figures.h"
 #include "ProcessCost.h"
 #include "UndrawnCompanion.h"
@@ -33,7 +31,8 @@ constexpr seconds watched{30};
 constexpr seconds watchedWithoutDrawing{10};
 constexpr Colour backdrop{10, 120, 40};
 
-/// Milliseconds from the start of velu until the middle of the place where its head goes has changed.
+/// Returns the milliseconds from the start of velu until the screen changes in the middle of the head's
+/// place.
 std::optional<double> timeToFirstFrame(const XDesktop& desktop, std::unique_ptr<TestProgram>& velu) {
     const int32_t x = XDesktop::width - 24 - 102;
     const int32_t y = XDesktop::height - 12 - 120;
@@ -49,25 +48,21 @@ std::optional<double> timeToFirstFrame(const XDesktop& desktop, std::unique_ptr<
     return std::nullopt;
 }
 
-/// The share of one processor core that the main loop takes with a renderer that draws nothing.
-double shareWithoutDrawing() {
+/// Returns the main loop's share of a core, in percent, with a renderer that draws nothing.
+double percentWithoutDrawing() {
     Companion companion;
     openUndrawn(companion);
     std::jthread end([&companion] {
         std::this_thread::sleep_for(watchedWithoutDrawing);
         companion.messages.post({MessageId::WM_DESTROY});
     });
-    const double before = processorSeconds(getpid());
-    const int64_t begin = nanoseconds();
-    (void)companion.mainLoop();
-    return (processorSeconds(getpid()) - before) / (millisecondsBetween(begin, nanoseconds()) / 1000);
+    return percentOfCore([] { return processorSeconds(getpid()); }, [&] { (void)companion.mainLoop(); });
 }
 
 int measure() {
     XDesktop desktop(XDesktop::Kind::composited);
     desktop.paintBackdrop(backdrop, backdrop);
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("VELU_HOME", desktop.folder.path.c_str(), 1);
+    setVariable("VELU_HOME", desktop.folder.path);
     writeWholeFile(joinPath(desktop.folder.path, "settings.json"), R"({"micOn": false})");
 
     std::vector<double> times;
@@ -87,27 +82,18 @@ int measure() {
                 quantile(times, 0.5), starts);
 
     std::this_thread::sleep_for(settling);
-    const double before = processorSeconds(velu->pid);
-    const int64_t begin = nanoseconds();
-    std::this_thread::sleep_for(watched);
-    const double share =
-        (processorSeconds(velu->pid) - before) / (millisecondsBetween(begin, nanoseconds()) / 1000);
+    const double percent = percentOfCore([&] { return processorSeconds(velu->pid); },
+                                         [] { std::this_thread::sleep_for(watched); });
     std::printf("IdleCompanion: over %d s %.1f %% of a core, %.0f MiB resident, drawn by the processor\n",
-                static_cast<int>(watched.count()), 100 * share, residentMemory(velu->pid));
+                static_cast<int>(watched.count()), percent, residentMemory(velu->pid));
     velu.reset();
-    std::printf("IdleCompanion: without drawing %.2f %% of a core (target 1)\n", 100 * shareWithoutDrawing());
+    std::printf("IdleCompanion: without drawing %.2f %% of a core (target 1)\n", percentWithoutDrawing());
     return 0;
 }
 
 }  // namespace
 
 int main() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
-    try {
-        return measure();
-    } catch (const std::exception& error) {
-        std::printf("IdleCompanion: not measured; %s\n", error.what());
-        return 1;
-    }
+    setVariable("LIBGL_ALWAYS_SOFTWARE", "1");
+    return runBenchmark("IdleCompanion", measure);
 }

@@ -1,6 +1,6 @@
-// What listening costs and how soon it is over: the processor's share of ears that hear a quiet room and of
-// those that hear talk, the longest that a chunk keeps the capture thread, and the time from the last loud
-// chunk of a sentence until its sound has reached the speech engine.
+// Measures what listening costs and how soon a sentence is over: the share of a core in a quiet room and
+// during talk, the longest processing time of a chunk, and the time from the last loud chunk of a sentence
+// until its sound has reached the speech engine.
 
 #include <unistd.h>
 
@@ -9,11 +9,12 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Benchmark.h"
 #include "Figures.h"
 #include "ProcessCost.h"
 #include "Sockets.h"
@@ -38,15 +39,14 @@ std::vector<int16_t> talk() {
     for (const char* voice : {"slt", "rms", "awb"}) {
         const std::vector<int16_t> said = speech(
             "yesterday we went to the market and bought some apples. then it began to rain, so we took the "
-            "bus "
-            "home, where a good friend was waiting for us with tea and cake.",
+            "bus home, where a good friend was waiting for us with tea and cake.",
             voice);
         all.insert(all.end(), said.begin(), said.end());
     }
     return all;
 }
 
-/// Milliseconds for each chunk of the sound.
+/// Returns the processing time of each chunk of the sound in milliseconds.
 std::vector<double> chunkTimes(Ears& ears, const std::vector<int16_t>& sound) {
     std::vector<double> times;
     for (size_t at = 0; at < sound.size(); at += chunkSamples) {
@@ -72,15 +72,13 @@ void measureChunks(const std::vector<int16_t>& said) {
     std::printf("; the ring of a microphone has room for 800 ms\n");
 }
 
-/// The share of one core while the condition of the room lasts.
-double share() {
-    const double before = processorSeconds(getpid());
-    const int64_t begin = nanoseconds();
-    std::this_thread::sleep_for(watched);
-    return (processorSeconds(getpid()) - before) / (millisecondsBetween(begin, nanoseconds()) / 1000);
+/// Returns this process's share of a core, in percent, over the next seconds.
+double percent() {
+    return percentOfCore([] { return processorSeconds(getpid()); },
+                         [] { std::this_thread::sleep_for(watched); });
 }
 
-/// A speech engine that has understood nothing, and knows when it was asked.
+/// A speech engine that returns an empty transcript and records when it was asked.
 class SilentEngine {
 public:
     SilentEngine() : listener(listenOnLoopback(port)), thread([this] { serve(); }) {}
@@ -126,18 +124,18 @@ void measureListening(const std::vector<int16_t>& said) {
     if (!ears.loadWakeModel(wakeModelFolder())) throw std::runtime_error("there is no wake model");
     std::atomic<int64_t> lastLoud = 0;
     ears.onAudio = [&](const int16_t* samples, size_t count) {
-        // The room is silent but for what is said: the threshold is the least there is.
+        // Apart from the sentences the room is silent, so the lowest threshold applies.
         if (loudnessOf(samples, count).rms > loudnessThreshold(0)) lastLoud = nanoseconds();
     };
     (void)ears.start();
     std::this_thread::sleep_for(seconds(3));
-    std::printf("ears that hear a quiet room: %.2f %% of a core\n", 100 * share());
+    std::printf("ears that hear a quiet room: %.2f %% of a core\n", percent());
 
     std::vector<double> waits;
     for (int i = 0; i < sentences; ++i) {
         engine.askedAt = 0;
         ears.followUpRequested = true;
-        // Of different lengths, so that the end falls anywhere within a chunk.
+        // The lengths differ, so that the end falls anywhere within a chunk.
         const auto length = static_cast<std::ptrdiff_t>(24000 + i * 107);
         const auto sentence = room.playToRoom({said.begin(), said.begin() + length});
         (void)sentence->wait();
@@ -147,17 +145,16 @@ void measureListening(const std::vector<int16_t>& said) {
         std::this_thread::sleep_for(milliseconds(300));
     }
     std::printf(
-        "from the last loud chunk to the engine's having the sound, beyond 850 ms: %.0f ms (95 %% within "
-        "%.0f, "
-        "worst %.0f; at most 110), of %zu sentences\n",
+        "from the last loud chunk to the engine's having the sound, beyond 850 ms: %.0f ms "
+        "(95 %% within %.0f, worst %.0f; at most 110), of %zu sentences\n",
         quantile(waits, 0.5), quantile(waits, 0.95), quantile(waits, 1), waits.size());
 
-    // Talk without end: spotting and captures in turn.
+    // During endless talk, wake spotting and captures alternate.
     std::vector<int16_t> endless;
     while (endless.size() < 16000 * (watched.count() + 2))
         endless.insert(endless.end(), said.begin(), said.end());
     const auto talking = room.playToRoom(endless);
-    std::printf("ears that hear talk: %.2f %% of a core; %.0f MiB resident\n", 100 * share(),
+    std::printf("ears that hear talk: %.2f %% of a core; %.0f MiB resident\n", percent(),
                 residentMemory(getpid()));
     ears.stop();
     transcriptions.end();
@@ -167,13 +164,10 @@ void measureListening(const std::vector<int16_t>& said) {
 }  // namespace
 
 int main() {
-    try {
+    return runBenchmark("Listening", [] {
         const std::vector<int16_t> said = talk();
         measureChunks(said);
         measureListening(said);
         return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "Listening: %s\n", error.what());
-        return 1;
-    }
+    });
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A piece of the reply as the engine sends it: an event, in a chunk of its own.
+/// Returns a piece of the reply as the engine sends it: one event in one chunk.
 std::string chunk(const std::string& content) {
     const std::string event =
         R"(data: {"choices":[{"finish_reason":null,"index":0,"delta":{"content":")" + content +
@@ -53,7 +53,7 @@ void ReplyServer::reply(int connection) {
     for (const std::string& piece : beginning)
         opening += chunk(piece);
     sendAll(connection, opening);
-    // Not always the same, so that it can't fall into step with a client's own pauses.
+    // The pause varies, so that it can't fall into step with the client's own pauses.
     std::this_thread::sleep_for(std::chrono::microseconds(20000 + random() % 30000));
     sentAt = nanoseconds();
     sendAll(connection, chunk(" So"));

@@ -7,20 +7,23 @@
 #include <thread>
 #include <vector>
 
-/// The engine's side on a thread of its own: streams the same reply to everyone, with a rest before the piece
-/// that shows that the first sentence is over.
+/// An engine that streams the same reply to every request, with a pause before the piece that completes the
+/// first sentence.
+///
+/// Threads: serves on a thread of its own.
 class ReplyServer {
 public:
-    /// `firstSentence` without the deciding piece, " So"; what comes behind it, one piece every `pauseMs`.
+    /// Starts to serve. The reply is `firstSentence`, the completing piece " So", and then `rest`, one piece
+    /// every `pauseMs` milliseconds.
     ReplyServer(std::vector<std::string> firstSentence, std::vector<std::string> rest, int32_t pauseMs);
     ~ReplyServer();
     ReplyServer(const ReplyServer&) = delete;
     ReplyServer& operator=(const ReplyServer&) = delete;
 
     int32_t port = 0;
-    const std::string marker = "\"content\":\" So\"";  ///< stands in the piece that ends the first sentence
-    std::atomic<int64_t> askedAt = 0;  ///< when the latest request was complete, of `nanoseconds`
-    std::atomic<int64_t> sentAt = 0;   ///< when the deciding piece began its way
+    const std::string marker = "\"content\":\" So\"";  ///< part of the completing piece
+    std::atomic<int64_t> askedAt = 0;  ///< when the latest request was complete, by `nanoseconds`
+    std::atomic<int64_t> sentAt = 0;   ///< when the completing piece was sent
 
 private:
     void serve();

@@ -1,15 +1,15 @@
-// How long after its last byte has left the server the first sentence of a reply is handed on to be spoken,
-// beside a client that does nothing but wait for that byte.
+// Measures the time from the last byte of a reply's first sentence to the sentence's callback, compared with
+// a bare client that only waits for that byte.
 
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "Benchmark.h"
 #include "Figures.h"
 #include "ReplyServer.h"
 #include "Sockets.h"
@@ -21,7 +21,7 @@ namespace {
 constexpr int rounds = 200;
 constexpr int warmUpRounds = 5;
 
-/// Milliseconds until a bare client has the piece; negative when it never came.
+/// Returns the milliseconds until a bare client has the marker; negative if it never arrives.
 double askBare(const ReplyServer& server) {
     const int connection = connectToLoopback(server.port);
     sendAll(connection, "POST /v1/chat/completions HTTP/1.1\r\nContent-Length: 2\r\n\r\n{}");
@@ -39,7 +39,7 @@ double askBare(const ReplyServer& server) {
     return latency;
 }
 
-/// The same for a turn of the assistant, until its first sentence.
+/// Returns the same for a turn of the assistant, until its first sentence.
 double askAssistant(const ReplyServer& server, Assistant& assistant) {
     const std::atomic<bool> cancel = false;
     double latency = -1;
@@ -59,8 +59,7 @@ double askAssistant(const ReplyServer& server, Assistant& assistant) {
 
 int main() {
     const TemporaryFolder folder;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("VELU_HOME", folder.path.c_str(), 1);
+    setVariable("VELU_HOME", folder.path);
     ReplyServer server({"This", " is", " the", " first", " sentence", "."}, {" it", " goes."}, 5);
     Brain brain;
     brain.port = server.port;
@@ -83,8 +82,7 @@ int main() {
     const double ourMedian = quantile(ours, 0.5);
     std::printf(
         "SentenceLatency: first sentence %.3f ms after its last byte, bare client %.3f ms: %.3f ms more, "
-        "%.1f times "
-        "(target: at most 1 ms more)\n",
+        "%.1f times (target: at most 1 ms more)\n",
         ourMedian, bareMedian, ourMedian - bareMedian, ourMedian / bareMedian);
     std::printf(
         "  medians of %d; 95 %% of the sentences within %.3f ms, of the bare client's within %.3f ms\n",

@@ -18,7 +18,7 @@ sockaddr_in loopback(int32_t port) {
     return address;
 }
 
-/// The length of the body that this head announces.
+/// Returns the length of the body that this head declares.
 size_t bodyLength(const std::string& head) {
     const std::string name = "Content-Length: ";
     const size_t at = head.find(name);

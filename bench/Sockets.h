@@ -4,19 +4,20 @@
 #include <string>
 #include <string_view>
 
-// Plain blocking sockets on the loopback interface: servers and clients with nothing of their own that could
-// be measured along. Sockets are file descriptors that the caller closes, -1 is a failure.
+// Plain blocking sockets on the loopback interface, with next to no cost of their own. Sockets are file
+// descriptors that the caller closes; -1 is a failure.
 
-/// A listening socket on this port, or on a free one when `port` is 0; `port` is then that one.
+/// Returns a socket that listens on `port`. If `port` is 0, a free port is chosen and stored there.
 int listenOnLoopback(int32_t& port);
 
-/// The next connection, with small packets sent at once.
+/// Blocks until the next connection. Small packets are sent at once.
 int acceptConnection(int listener);
 
 int connectToLoopback(int32_t port);
 
-/// Reads one HTTP request with its body, whose length must be declared. Empty when the client has gone.
+/// Reads one HTTP request with its body, whose length must be declared. Returns nothing if the client has
+/// gone.
 std::string readRequest(int connection);
 
-/// False when the client has gone.
+/// Sends all bytes. Returns false if the client has gone.
 bool sendAll(int connection, std::string_view bytes);

@@ -1,5 +1,5 @@
-// A conversation on a private desktop: from Enter to the request, from the first sentence's last byte to its
-// pixels on the screen and to its sound, and what the companion costs while it speaks.
+// Measures a conversation on a private desktop: the time from Enter to the request, from the first sentence's
+// last byte to its pixels on the screen and to its sound, and the cost of the companion while it speaks.
 
 #include <unistd.h>
 
@@ -7,12 +7,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Benchmark.h"
 #include "Figures.h"
 #include "ProcessCost.h"
 #include "ReplyServer.h"
@@ -34,7 +33,7 @@ struct Times {
     std::vector<double> heard;
 };
 
-/// Whether the first line of the bubble has its text: bright, as neither the panel nor the status line is.
+/// Whether the bubble's first line shows text: only text has bright pixels, not the panel or the status line.
 bool showsText(const XDesktop& desktop, const Rect& panel) {
     const Screenshot line =
         desktop.picture({panel.left + 14, panel.top + 12, panel.left + 60, panel.top + 32});
@@ -56,7 +55,7 @@ bool isQuiet(const Companion& companion) {
     return !companion.conversation.thinking && companion.voice.pending == 0;
 }
 
-/// One question, typed; false when it isn't answered.
+/// Types one question and measures its answer. Returns false if there is none.
 bool measureRound(Companion& companion, const XDesktop& desktop, const ReplyServer& server, Times& times) {
     companion.bubble.hide();
     companion.bubble.showText("");
@@ -75,8 +74,8 @@ bool measureRound(Companion& companion, const XDesktop& desktop, const ReplyServ
     const int64_t sentBefore = server.sentAt;
     std::atomic<int64_t> pressedAt = 0;
     std::atomic<int64_t> seenAt = 0;
-    // The hand and the eye, while this thread is the companion's. The panel loses its edit line, so it grows
-    // smaller by that from above.
+    // The user presses Enter and watches the screen, while this thread runs the companion. Without its edit
+    // line the panel is smaller at the top.
     std::jthread user([&] {
         pressedAt = nanoseconds();
         desktop.act("key Return");
@@ -98,7 +97,7 @@ bool measureRound(Companion& companion, const XDesktop& desktop, const ReplyServ
     times.pressed.push_back(millisecondsBetween(pressedAt, server.askedAt));
     times.submitted.push_back(millisecondsBetween(submittedAt, server.askedAt));
     times.seen.push_back(millisecondsBetween(server.sentAt, seenAt));
-    // Both clocks tell the time from the same start, the one in milliseconds and one ahead.
+    // Both clocks have the same origin; the tick is in milliseconds and one ahead.
     times.heard.push_back(static_cast<double>(startedTick - 1) - static_cast<double>(server.sentAt) / 1e6);
     return true;
 }
@@ -130,43 +129,44 @@ bool measureSpeaking(Companion& companion) {
     companion.brain.port = server.port;
     companion.conversation.startTurn("speak");
     if (!until(companion, [&] { return companion.voice.pending > 0; })) return false;
-    const double processorBefore = processorSeconds(getpid());
     const int64_t begin = nanoseconds();
     int64_t previous = begin;
     int frames = 0;
     int late = 0;
     double longest = 0;
-    while (!isQuiet(companion)) {
-        companion.pass();
-        const int64_t now = nanoseconds();
-        const double gap = millisecondsBetween(previous, now);
-        previous = now;
-        ++frames;
-        longest = std::max(longest, gap);
-        if (gap > 2 * periodMs) ++late;
-    }
+    const auto speak = [&] {
+        while (!isQuiet(companion)) {
+            companion.pass();
+            const int64_t now = nanoseconds();
+            const double gap = millisecondsBetween(previous, now);
+            previous = now;
+            ++frames;
+            longest = std::max(longest, gap);
+            if (gap > 2 * periodMs) ++late;
+        }
+    };
+    const double percent = percentOfCore([] { return processorSeconds(getpid()); }, speak);
     const double seconds = millisecondsBetween(begin, previous) / 1000;
     std::printf(
         "SpokenReply: %.1f s of speech, %d frames, %d late by more than a period (target 0; longest gap %.1f "
         "ms)\n",
         seconds, frames, late, longest);
-    std::printf("SpokenReply: %.1f %% of a core, %.0f MiB resident, drawn by the processor\n",
-                100 * (processorSeconds(getpid()) - processorBefore) / seconds, residentMemory(getpid()));
+    std::printf("SpokenReply: %.1f %% of a core, %.0f MiB resident, drawn by the processor\n", percent,
+                residentMemory(getpid()));
     return true;
 }
 
 int measure(const TemporaryFolder& folder) {
     XDesktop desktop(XDesktop::Kind::composited);
     SoundServer sound;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("VELU_HOME", folder.path.c_str(), 1);
+    setVariable("VELU_HOME", folder.path);
     Endpoints nowhere;
     nowhere.releases = nowhere.models = "http://127.0.0.1:1";
     Settings::instance().micOn = false;
     Companion companion(nowhere);
     companion.brain.probeGpu = [] { return false; };
     if (!startCompanion(companion)) return 1;
-    // There is no engine to be started: the reply's server takes its place.
+    // The reply server takes the engine's place.
     bool isMeasured =
         until(companion, [&] { return !companion.bringUp.brainStarting && isQuiet(companion); });
     companion.brain.ready = true;
@@ -180,13 +180,9 @@ int measure(const TemporaryFolder& folder) {
 }  // namespace
 
 int main() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
-    try {
+    setVariable("LIBGL_ALWAYS_SOFTWARE", "1");
+    return runBenchmark("SpokenReply", [] {
         const TemporaryFolder folder;
         return measure(folder);
-    } catch (const std::exception& error) {
-        std::printf("SpokenReply: not measured; %s\n", error.what());
-        return 1;
-    }
+    });
 }

@@ -1,5 +1,5 @@
-// An engine that is ready at once and writes down when what happened to it: lines with a word and a reading
-// of the monotonic clock in nanoseconds, in the file "times.txt" beside the program.
+// An engine that is ready at once and records its events in "times.txt" beside the program: each line has a
+// word and the monotonic clock in nanoseconds.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -20,7 +20,7 @@ std::string ownFolder() {
     return program.substr(0, program.rfind('/') + 1);
 }
 
-/// Writes at once: this process is ended without warning.
+/// Writes without buffering, because the process is killed without warning.
 void note(int file, const char* what, int64_t when) {
     const std::string line = std::string(what) + " " + std::to_string(when) + "\n";
     if (write(file, line.data(), line.size()) < 0) _exit(1);

@@ -2,6 +2,6 @@
 
 class Companion;
 
-/// Gives the companion its window on the display, with a renderer that draws nothing, so that its loop can be
-/// run by itself.
+/// Creates the companion's window and menu, with a renderer that draws nothing, so that its loop can run
+/// alone.
 void openUndrawn(Companion& companion);

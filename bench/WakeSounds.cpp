@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr float speechRms = 2500;      // what a microphone at arm's length delivers
-constexpr float silenceBelow = 0.02F;  // of the loudest: what counts as a pause when loudness is measured
+constexpr float speechRms = 2500;      // of a microphone at arm's length
+constexpr float silenceBelow = 0.02F;  // of the loudest sample; quieter samples are pauses
 
 float rmsOfSpeech(const std::vector<float>& samples) {
     float loudest = 0;

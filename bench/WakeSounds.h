@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// The speech that wake-corpus.py made, as a microphone in a room would deliver it.
+// Plays the speech that wake-corpus.py generated as a microphone in a room would record it.
 
 constexpr double samplesPerSecond = 16000;
 
@@ -16,25 +16,25 @@ struct SpokenText {
     std::string part;
     std::string voice;
     std::string file;      ///< full path
-    double size = 1;       ///< of the speaker: it is played that much faster
-    double nameBegin = 0;  ///< in seconds as it is played; below 0 when the name isn't said
-    double nameEnd = 0;
+    double size = 1;       ///< size of the speaker: the recording is played that much faster
+    double nameBegin = 0;  ///< seconds from the beginning as it is played; below 0 if it lacks the name
+    double nameEnd = 0;    ///< the same for the end of the name
 };
 
-/// The recordings that the folder's corpus.tsv lists. Empty when it can't be read.
+/// Returns the recordings that the folder's corpus.tsv lists; none if it can't be read.
 std::vector<SpokenText> readCorpus(const std::string& folder);
 
-/// The speech alone, at a speaker's size and at always the same loudness. Empty when the file can't be read.
+/// Returns the speech at the speaker's size and at a fixed loudness; nothing if the file can't be read.
 std::vector<float> play(const SpokenText& text);
 
-/// Noise with about the same power in each octave, as in rooms; the same for each object.
+/// Noise with about the same power in each octave, as in rooms. Each object gives the same samples.
 class PinkNoise {
 public:
     PinkNoise();
     float next();
 
 private:
-    /// A low-pass; each gives the same power.
+    /// A low-pass filter; all have the same output power.
     struct Octave {
         float keep = 0;
         float add = 0;
@@ -45,7 +45,7 @@ private:
     std::array<Octave, 9> octaves;
 };
 
-/// Speech of `play` in a room, preceded and followed by seconds of the room alone. The noise lies `quieter`
-/// decibels below the speech.
+/// Returns `speech` in a room, after `before` and followed by `after` seconds of the room alone. The room's
+/// noise is `quieter` decibels below the speech.
 std::vector<int16_t> inRoom(const std::vector<float>& speech, PinkNoise& noise, double quieter, double before,
                             double after);

@@ -1,7 +1,7 @@
-// How often the name is heard when it is said, how often when it isn't, and what listening costs. Real ears
-// with the real recogniser listen to speech of a synthesiser, as fast as they can.
-//
-// WakeWord [SET]: "report", unless another set of the corpus is named.
+// WakeWord [SET]
+// Measures how often the name is detected when it is said and when it isn't, and what listening costs. The
+// real ears with the real recogniser process synthetic speech as fast as they can. SET is a set of the
+// corpus, "report" by default.
 
 #include <time.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@
 namespace {
 
 constexpr size_t chunkSamples = 1600;
-constexpr double wakeDelay = 1.8;  // seconds after the name within which a wake is an answer to it
+constexpr double wakeDelay = 1.8;  // seconds after the name within which a wake counts as its detection
 constexpr double cleanRoom = 45;   // decibels below the speech
 
 double threadSeconds() {
@@ -28,13 +28,13 @@ double threadSeconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-/// Ears at a microphone that is never at rest, and what it took them.
+/// Ears with an endless stream of sound, and the cost of processing it.
 struct Listener {
     Ears ears;
     double position = 0;        ///< in the stream, in seconds
-    double capturing = 0;       ///< of it while an utterance was cut
-    double worstChunk = 0;      ///< seconds of the processor
-    std::vector<double> wakes;  ///< positions
+    double capturing = 0;       ///< seconds of it in which an utterance was captured
+    double worstChunk = 0;      ///< processor time in seconds
+    std::vector<double> wakes;  ///< their positions in the stream
 
     Listener() {
         ears.onWake = [this] { wakes.push_back(position); };

@@ -1,16 +1,16 @@
-// What looking for people costs the companion, on a private desktop under Xvfb with a private camera of 30
-// pictures a second: its share of the processor with the camera off, with nobody before it, and with someone
-// it knows.
+// Measures what looking for people costs the companion, on a private desktop under Xvfb with a private camera
+// of 30 pictures a second: its share of a core with the camera off, with nobody in the picture, and with
+// someone whom it knows.
 
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <string>
 
+#include "Benchmark.h"
+#include "FaceModels.h"
 #include "Figures.h"
 #include "ProcessCost.h"
 #include "UndrawnCompanion.h"
@@ -38,7 +38,7 @@ void runFor(Companion& companion, milliseconds time) {
         companion.pass();
 }
 
-/// What it has used of the processor, with the process that takes its pictures.
+/// Returns the processor time of the companion and of its camera process, in seconds.
 double secondsUsed() {
     double seconds = processorSeconds(getpid());
     for (const pid_t child : childrenCalled("velu-camera"))
@@ -46,16 +46,13 @@ double secondsUsed() {
     return seconds;
 }
 
-/// In percent of a core, with a renderer that draws nothing.
+/// Returns their share of a core in percent, with a renderer that draws nothing.
 double shareOf(Companion& companion) {
     runFor(companion, settling);
-    const double before = secondsUsed();
-    const int64_t begin = nanoseconds();
-    runFor(companion, watched);
-    return 100 * (secondsUsed() - before) / (millisecondsBetween(begin, nanoseconds()) / 1000);
+    return percentOfCore(secondsUsed, [&] { runFor(companion, watched); });
 }
 
-/// Puts these networks where a companion finds them.
+/// Copies the networks into one folder and returns its path.
 std::string install(const std::string& detector, const std::string& embedder) {
     const std::string folder = joinPath(dataFolder(), "face-models");
     std::filesystem::create_directories(folder);
@@ -63,11 +60,6 @@ std::string install(const std::string& detector, const std::string& embedder) {
     std::filesystem::copy_file(detector, folder + "/yunet.onnx", over);
     std::filesystem::copy_file(embedder, folder + "/sface.onnx", over);
     return folder;
-}
-
-/// The real network where it has been fetched, else the one of the same cost.
-std::string fileOf(const std::string& real, const std::string& made) {
-    return isFile(real) ? real : made;
 }
 
 struct Watching {
@@ -85,7 +77,7 @@ struct Watching {
         cameras.show(camera, {picture.width, picture.height, picture.pixels});
     }
 
-    /// False when the camera doesn't come up.
+    /// Switches the camera on. Returns false if it doesn't open.
     [[nodiscard]] bool open() {
         Settings::instance().camOn = true;
         companion.bringUp.startEyesWorker();
@@ -97,12 +89,9 @@ struct Watching {
 
 int measure() {
     XDesktop desktop(XDesktop::Kind::composited);
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("VELU_HOME", desktop.folder.path.c_str(), 1);
-    const std::string embedder = fileOf(REAL_NETWORKS "/sface.onnx", MADE_NETWORKS "/embedder.onnx");
+    setVariable("VELU_HOME", desktop.folder.path);
     {
-        Watching watching(
-            install(fileOf(REAL_NETWORKS "/yunet.onnx", MADE_NETWORKS "/detector.onnx"), embedder));
+        Watching watching(install(benchmarkDetector(), benchmarkEmbedder()));
         watching.show({});
         std::printf("Watching: camera off, without drawing: %.2f %% of a core\n",
                     shareOf(watching.companion));
@@ -110,7 +99,7 @@ int measure() {
         std::printf("Watching: camera on, nobody there: %.2f %% of a core\n", shareOf(watching.companion));
         watching.companion.eyes.stop();
     }
-    Watching watching(install(tinyModel("discs-320"), embedder));
+    Watching watching(install(tinyModel("discs-320"), benchmarkEmbedder()));
     watching.show({});
     if (!watching.open()) return 1;
     const double nobody = shareOf(watching.companion);
@@ -128,14 +117,10 @@ int measure() {
 }  // namespace
 
 int main() {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is but this thread yet
-    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
-    try {
+    setVariable("LIBGL_ALWAYS_SOFTWARE", "1");
+    return runBenchmark("Watching", [] {
         const int code = measure();
         if (code != 0) std::printf("Watching: not measured; the camera shows nobody\n");
         return code;
-    } catch (const std::exception& error) {
-        std::printf("Watching: not measured; %s\n", error.what());
-        return 1;
-    }
+    });
 }

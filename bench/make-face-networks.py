@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """make-face-networks.py FOLDER
-Makes two networks that see nothing, but have the inputs, the outputs and about the cost of the real face detector and
-face embedder, which needn't be at hand: "detector.onnx" and "embedder.onnx".
-"""
+Writes "detector.onnx" and "embedder.onnx", which have the inputs, the outputs and about the cost of the real face
+models, but find nothing. They stand in for the real models where these haven't been downloaded."""
 
 import os
 import random
@@ -16,7 +15,7 @@ SOME = [random.gauss(0, 1) for _ in range(4096)]
 
 
 def weights(g, dimensions, inputs):
-    """So large that what comes out is about as large as what goes in, from so many values each."""
+    """Returns random weights that keep values at about the same size; each result is a sum of `inputs` products."""
     count = 1
     for size in dimensions:
         count *= size
@@ -26,12 +25,12 @@ def weights(g, dimensions, inputs):
 
 def convolve(g, tensor, before, after, side=3, stride=1, groups=1):
     pads = [side // 2] * 4
-    return g.add("Conv", tensor, weights(g, [after, before // groups, side, side], before // groups * side * side), kernel_shape=[side, side],
-                 strides=[stride, stride], pads=pads, group=groups)
+    kernel = weights(g, [after, before // groups, side, side], before // groups * side * side)
+    return g.add("Conv", tensor, kernel, kernel_shape=[side, side], strides=[stride, stride], pads=pads, group=groups)
 
 
 def separable(g, tensor, before, after, stride=1):
-    """Each plane by itself, then across the planes."""
+    """Adds a convolution of each plane by itself, then one across the planes."""
     tensor = g.add("Relu", convolve(g, tensor, before, before, stride=stride, groups=before))
     return g.add("Relu", convolve(g, tensor, before, after, side=1))
 
@@ -50,7 +49,7 @@ def detector():
         branch = separable(g, tensor, 64, 64)
         cells = (640 // stride) ** 2
         for name, values in (("cls", 1), ("obj", 1), ("bbox", 4), ("kps", 10)):
-            # Far too little to be taken for a face.
+            # Far below the scores of a face.
             head = g.add("Mul", convolve(g, separable(g, branch, 64, values), values, values), 0.001)
             head = g.add("Transpose", head, perm=[0, 2, 3, 1])
             head = g.add("Reshape", head, g.constant([1, cells, values], kind=INT64))
@@ -71,7 +70,13 @@ def embedder():
     return g
 
 
-if __name__ == "__main__":
-    os.makedirs(sys.argv[1], exist_ok=True)
-    detector().write(os.path.join(sys.argv[1], "detector.onnx"))
-    embedder().write(os.path.join(sys.argv[1], "embedder.onnx"))
+def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    folder = sys.argv[1]
+    os.makedirs(folder, exist_ok=True)
+    detector().write(os.path.join(folder, "detector.onnx"))
+    embedder().write(os.path.join(folder, "embedder.onnx"))
+
+
+main()

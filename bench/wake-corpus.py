@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-# wake-corpus.py FOLDER
-# Makes the speech that the wake word's benchmark listens to, with flite, and describes it in FOLDER/corpus.tsv: a line
-# a recording with its set, part, voice, size of the speaker (the benchmark plays it that much faster), file, and where
-# the name begins and ends in seconds, or -1 twice. The same every time. What is there already isn't made again.
-#
-# There are two sets with different sentences, pitches, speeds and speakers' sizes: "tuning", on which the recogniser's
-# numbers were chosen, and "report", which had no part in that. The part "name" says the name once in each recording.
-# The others never say it: "everyday" is small talk put together at random, "near" is full of words that sound like
-# the name, and "prose" is read from the licence texts that each Debian system holds.
+"""wake-corpus.py FOLDER
+Generates the speech for the wake word's benchmark with flite, and lists it in FOLDER/corpus.tsv. Each line describes a
+recording: set, part, voice, size of the speaker (the benchmark plays the recording that much faster), file, and where
+the name begins and ends in seconds (-1 and -1 without the name). The result is the same every time. An existing listing
+that is newer than this script is kept.
+
+There are two sets with different sentences, pitches, speeds and sizes: "tuning", on which the recogniser's numbers were
+chosen, and "report", which wasn't used for that. Each recording of the part "name" has the name once. The other parts
+lack it: "everyday" is random small talk, "near" is full of words that sound like the name, and "prose" is read from the
+licence texts of the Debian system."""
 import os
 import random
 import re
@@ -145,7 +146,7 @@ def prose(name, _):
 
 
 def speak(text, voice, stretch, pitch, path):
-    """Says the text into the file; returns the sounds with their ends in seconds."""
+    """Speaks the text into the file. Returns the sounds with their ends in seconds."""
     temporary = path + ".part"
     told = subprocess.run(
         ["flite", "-voice", voice, "--setf", f"duration_stretch={stretch}",
@@ -160,7 +161,7 @@ def seconds(sounds):
 
 
 def find_name(sounds):
-    """Where the one place lies at which the name is said."""
+    """Returns the beginning and the end of the name, which must occur once."""
     found = [index for index in range(1, len(sounds) - 3)
              if [sound for sound, _ in sounds[index:index + 4]] == ["v", "eh", "l", "uw"]]
     if len(found) != 1:
@@ -197,6 +198,8 @@ def make_negatives(folder, name, part, lines):
 
 
 def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
     folder = sys.argv[1]
     listing = os.path.join(folder, "corpus.tsv")
     if os.path.exists(listing) and os.path.getmtime(listing) > os.path.getmtime(__file__):
