@@ -13,9 +13,10 @@
 #include "Figures.h"
 #include "ProcessCost.h"
 #include "platform/neural_network.h"
+#include "vision/Alignment.h"
 #include "vision/FaceDetector.h"
 #include "vision/FaceEmbedder.h"
-#include "vision/Sampling.h"
+#include "vision/Letterbox.h"
 
 namespace {
 

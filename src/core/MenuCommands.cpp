@@ -89,7 +89,8 @@ void openSettings(Companion& companion) {
     callbacks.clearConversation = [&companion] { companion.assistant.clearConversation(); };
     callbacks.forget = [&companion] { companion.assistant.forgetEverything(); };
     callbacks.saved = [&companion](bool modelChanged) { applySettings(companion, modelChanged); };
-    companion.settingsWindow.open(*companion.desktop, choices, workArea, systemDpi(), std::move(callbacks));
+    companion.settingsWindow.open(*companion.desktop, Settings::instance(), choices, workArea, systemDpi(),
+                                  std::move(callbacks));
 }
 
 }  // namespace

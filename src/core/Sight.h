@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/Gestures.h"
-#include "vision/Recognition.h"
+#include "vision/Sighting.h"
 
 // What the companion makes of whom it sees. Threads: any.
 

@@ -4,29 +4,18 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <glm/gtc/matrix_transform.hpp>
+#include <iterator>
 
 #include "foundation/Png.h"
 #include "presence/HeadPicture.h"
+#include "presence/HeadScene.h"
 #include "presence/HeadShaders.h"
 
 namespace {
 
 constexpr int32_t wantedSamples = 4;
-constexpr float specularStrength = 0.35F;
-constexpr glm::vec3 eyeLight{0.0F, 0.85F, 0.95F};
-constexpr glm::vec3 earLight{0.95F, 0.15F, 0.55F};
-
 /// Pixels with at least this alpha belong to the head where nothing blends windows.
 constexpr uint8_t outlineAlpha = 128;
-
-glm::mat4 turn(float degrees, const glm::vec3& axis) {
-    return glm::rotate(glm::mat4(1), glm::radians(degrees), axis);
-}
-
-constexpr glm::vec3 xAxis{1, 0, 0};
-constexpr glm::vec3 yAxis{0, 1, 0};
-constexpr glm::vec3 zAxis{0, 0, 1};
 
 uint32_t createTexture(int32_t width, int32_t height, GLint format, const void* pixels) {
     GLuint texture = 0;
@@ -187,28 +176,10 @@ void HeadRenderer::draw(const HeadPose& pose) {
     glActiveTexture(GL_TEXTURE0);
     glBindSampler(0, sampler);
 
-    const float aspect = static_cast<float>(width) / static_cast<float>(height);
-    const glm::mat4 view = glm::lookAt(glm::vec3(0, -0.1F, 2.2F), glm::vec3(0, -0.1F, 0), yAxis);
-    const glm::mat4 projection = glm::perspective(glm::radians(40.0F), aspect, 0.1F, 20.0F);
-    const glm::mat4 rotation = turn(pose.yaw, yAxis) * turn(pose.pitch, xAxis) * turn(pose.roll, zAxis);
-    const glm::mat4 toWorld =
-        rotation * glm::scale(glm::mat4(1), glm::vec3(scale)) * glm::translate(glm::mat4(1), -center);
-
-    HeadConstants values;
-    values.viewProj = projection * view;
+    const HeadScene scene(pose, static_cast<float>(width) / static_cast<float>(height), scale, center);
     for (const HeadPrimitive& primitive : primitives) {
-        glm::mat4 node = nodes[static_cast<size_t>(primitive.nodeIndex)].world;
-        if (primitive.isJaw) node = node * turn(pose.jaw, xAxis);
-        values.world = toWorld * node;
-        values.baseColor = primitive.baseColor;
-        values.emissive = glm::vec4(0);
-        values.misc = glm::vec4(primitive.texture != 0 ? 1 : 0, pose.dim, specularStrength, 0);
-        if (primitive.glow == HeadGlow::eye) {
-            values.emissive = glm::vec4(pose.eyeGlow * eyeLight, 0);
-            values.baseColor = glm::vec4(glm::vec3(primitive.baseColor) * pose.eyeTint, 1);
-        } else if (primitive.glow == HeadGlow::ear) {
-            values.emissive = glm::vec4(pose.earGlow * earLight, 0);
-        }
+        const HeadConstants values =
+            scene.constantsOf(primitive, nodes[static_cast<size_t>(primitive.nodeIndex)].world);
         glBufferSubData(GL_UNIFORM_BUFFER, 0, sizeof values, &values);
         glBindTexture(GL_TEXTURE_2D, primitive.texture != 0 ? primitive.texture : whiteTexture);
         glBindVertexArray(primitive.vertexArray);

@@ -6,31 +6,9 @@
 #include <vector>
 
 #include "platform/head_surface.h"
-#include "presence/HeadAnimator.h"
 #include "presence/HeadModel.h"
-
-/// One part of the head in the graphics card's memory.
-struct HeadPrimitive {
-    uint32_t vertexArray = 0;   ///< GL names, owned by the renderer
-    uint32_t vertexBuffer = 0;  ///< in `HeadVertex` layout
-    uint32_t indexBuffer = 0;   ///< 32-bit indices
-    uint32_t indexCount = 0;
-    uint32_t texture = 0;  ///< base colour texture, shared; 0: none
-    glm::vec4 baseColor{1};
-    HeadGlow glow = HeadGlow::none;
-    int32_t nodeIndex = 0;
-    bool isJaw = false;
-};
-
-/// What both shaders read, updated before each draw; laid out as the shaders' uniform block.
-struct HeadConstants {
-    glm::mat4 world{1};     ///< part to world
-    glm::mat4 viewProj{1};  ///< world to clip space
-    glm::vec4 baseColor{1};
-    glm::vec4 emissive{0};  ///< rgb: colour times strength
-    glm::vec4 misc{0};      ///< use the texture (1 or 0), dim, specular strength, nothing
-};
-static_assert(sizeof(HeadConstants) == 176);
+#include "presence/HeadPose.h"
+#include "presence/HeadPrimitive.h"
 
 /// Draws the head. Everything that isn't head stays see-through, with soft edges: 4 samples for each pixel,
 /// averaged with the transparent background. Threads: the window thread.

@@ -2,20 +2,20 @@
 
 #include <utility>
 
-void SettingsWindow::open(const Desktop& desktop, const SettingsChoices& nowThere, const Rect& workArea,
-                          int32_t dpi, SettingsCallbacks toCall) {
+void SettingsWindow::open(const Desktop& desktop, Settings& toEdit, const SettingsChoices& nowThere,
+                          const Rect& workArea, int32_t dpi, SettingsCallbacks toCall) {
     if (view) {
         view->raise();
         return;
     }
-    const Settings& settings = Settings::instance();
+    settings = &toEdit;
     choices = nowThere;
     callbacks = std::move(toCall);
-    modelBefore = settings.modelIndex;
+    modelBefore = settings->modelIndex;
     SettingsViewEvents events;
     events.pressed = [this](int32_t id) { pressed(SettingsControl{id}); };
     events.closed = [this] { close(); };
-    opened = settingsForm(settings, choices, workArea, dpi);
+    opened = settingsForm(*settings, choices, workArea, dpi);
     view = std::make_unique<SettingsView>(desktop, opened, std::move(events));
 }
 
@@ -41,17 +41,16 @@ void SettingsWindow::pressed(SettingsControl button) {
 }
 
 void SettingsWindow::save() {
-    Settings& settings = Settings::instance();
     std::vector<Control> entered = view->controls();
     // A switch that wasn't touched here may have been turned in the menu meanwhile.
-    const std::vector<Control> present = settingsForm(settings, choices, {}, 96).controls;
+    const std::vector<Control> present = settingsForm(*settings, choices, {}, 96).controls;
     for (size_t index = 0; index < entered.size(); ++index) {
         if (entered[index].checked == opened.controls[index].checked)
             entered[index].checked = present[index].checked;
     }
-    applySettingsForm(entered, choices, settings);
+    applySettingsForm(entered, choices, *settings);
     close();
     // It may open the window again.
     const SettingsCallbacks toCall = std::move(callbacks);
-    toCall.saved(settings.modelIndex != modelBefore);
+    toCall.saved(settings->modelIndex != modelBefore);
 }

@@ -19,10 +19,10 @@ struct SettingsCallbacks {
 /// it. Threads: that of the `Desktop`.
 class SettingsWindow {
 public:
-    /// Opens it in the middle of `workArea`, filled from `Settings::instance()`. One that is open already is
-    /// brought to the front instead, as it is. `desktop` outlives the window.
-    void open(const Desktop& desktop, const SettingsChoices& choices, const Rect& workArea, int32_t dpi,
-              SettingsCallbacks callbacks);
+    /// Opens it in the middle of `workArea`, filled from `settings`. One that is open already is
+    /// brought to the front instead, as it is. `desktop` and `settings` outlive the window.
+    void open(const Desktop& desktop, Settings& settings, const SettingsChoices& choices,
+              const Rect& workArea, int32_t dpi, SettingsCallbacks callbacks);
 
     [[nodiscard]] bool isOpen() const { return view != nullptr; }
 
@@ -34,7 +34,8 @@ private:
     void save();
 
     std::unique_ptr<SettingsView> view;
-    Form opened;  ///< as it was before the user touched it
+    Settings* settings = nullptr;  ///< set while `view` is there
+    Form opened;                   ///< as it was before the user touched it
     SettingsChoices choices;
     SettingsCallbacks callbacks;
     int32_t modelBefore = 0;

@@ -1,15 +1,14 @@
 #include "presence/VoiceOut.h"
 
-#include <algorithm>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 #include "foundation/Text.h"
 #include "foundation/Ticks.h"
+#include "presence/VoiceChoice.h"
 
 namespace {
-
-constexpr std::string_view builtInWords[] = {"Zira", "Aria", "Jenny", "Hazel", "Susan"};
 
 /// By viseme.
 constexpr float openings[] = {0.0F, 0.7F,  1.0F, 0.75F, 0.55F, 0.4F,  0.3F,  0.25F, 0.6F, 0.85F, 0.55F,
@@ -20,19 +19,6 @@ bool isMarkdownSign(char byte) {
 }
 
 }  // namespace
-
-std::optional<size_t> pickVoice(const std::vector<std::string>& descriptions, std::string_view name) {
-    const auto isWanted = [name](std::string_view description) {
-        const auto holds = [description](std::string_view word) {
-            return description.find(word) != std::string_view::npos;
-        };
-        return name.empty() ? std::any_of(std::begin(builtInWords), std::end(builtInWords), holds)
-                            : holds(name);
-    };
-    const auto found = std::find_if(descriptions.begin(), descriptions.end(), isWanted);
-    if (found == descriptions.end()) return std::nullopt;
-    return static_cast<size_t>(found - descriptions.begin());
-}
 
 bool VoiceOut::init(std::function<void()> onEvents) {
     voice.reset();

@@ -1,19 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/synthesizer.h"
-
-/// The voice that the user wants, by its place: the first whose description holds `name`, or, when that is
-/// empty, the first that holds any of the built-in words. Nothing when there is none.
-std::optional<size_t> pickVoice(const std::vector<std::string>& descriptions, std::string_view name);
 
 /// Speaks the companion's replies, and keeps what the rest must know of that: how much is still to be heard
 /// and how far the mouth is open. Without a voice it does nothing, and so neither talks nor mutes.

@@ -66,6 +66,7 @@ public:
 
 private:
     void watch();
+    void lookUntilStopped();
     [[nodiscard]] bool openCamera();
     void analyse(const CameraFrame& frame, uint64_t now);
     void leaveDebugImage(const CameraFrame& frame) const;

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "vision/FaceDecoding.h"
-#include "vision/Sampling.h"
+#include "vision/Letterbox.h"
 
 namespace {
 

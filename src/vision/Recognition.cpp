@@ -198,6 +198,8 @@ void Recognition::greet(const std::string& name, uint64_t now) {
             greet(name);
         } catch (const std::exception& error) {
             logLine("greeting ended by an unexpected error: %s", error.what());
+        } catch (...) {
+            logLine("greeting ended by an unexpected error of an unknown kind");
         }
     });
 }

@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <span>
-
-#include "vision/Picture.h"
 
 // Reading a picture between its pixels.
 
@@ -51,8 +48,3 @@ struct SampleSpot {
 /// The channel's value, 0 to 255, at a place, drawn into the picture. It must have a pixel.
 float sampleBilinear(const uint8_t* pixels, int32_t width, int32_t height, int32_t stride, float fx, float fy,
                      int32_t channel);
-
-/// Fills a square tensor of three planes, blue, green and red, with the picture: as large as it can be, in
-/// the top left corner, and zeros where it isn't. `tensor` has 3 * side * side values, and the picture at
-/// least one pixel. Gives how many of the tensor's pixels make one of the picture's.
-float letterbox(const Picture& picture, int32_t side, std::span<float> tensor);

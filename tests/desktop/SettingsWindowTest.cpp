@@ -31,7 +31,7 @@ protected:
         callbacks.clearConversation = [this] { told += "clear "; };
         callbacks.forget = [this] { told += "forget "; };
         callbacks.saved = [this](bool modelChanged) { told += modelChanged ? "saved, model " : "saved "; };
-        window.open(*desktop, choices, desktop->workAreaNearest({0, 0}), 96, callbacks);
+        window.open(*desktop, Settings::instance(), choices, desktop->workAreaNearest({0, 0}), 96, callbacks);
         ASSERT_TRUE(eventually([] { return focusName() == "Your name (what Velu calls you)"; }));
     }
 

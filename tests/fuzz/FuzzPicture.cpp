@@ -4,8 +4,8 @@
 
 #include "foundation/Image.h"
 #include "fuzz/Require.h"
+#include "vision/Letterbox.h"
 #include "vision/PictureFile.h"
-#include "vision/Sampling.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "presence/VoiceChoice.h"
 #include "support/Soon.h"
 #include "support/SoundServer.h"
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "vision/Picture.h"
+
 /// A disc: a face to the tiny networks, and its colour is whose.
 struct Disc {
     double x = 0;  ///< middle, in pixels from the picture's edges
@@ -18,6 +20,8 @@ struct Disc {
 /// A network finds them apart as long as no row or column of pixels passes from one straight into the other.
 struct DiscPicture {
     DiscPicture(int32_t width, int32_t height, const std::vector<Disc>& discs);
+
+    [[nodiscard]] Picture view() const { return {pixels.data(), width, height, width * 4}; }
 
     /// Writes it as a PNG file. Fails the current test when it can't.
     void writePng(const std::string& path) const;

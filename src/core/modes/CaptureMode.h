@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "presence/HeadAnimator.h"
+#include "presence/HeadPose.h"
 
 /// What a picture of the head is taken of, and where it goes.
 struct CaptureOrder {
