@@ -8,7 +8,7 @@ import random
 import sys
 
 sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "models"))
-from onnxfile import INT64, Graph  # noqa: E402
+from onnxfile import Graph  # noqa: E402
 
 random.seed(1)
 SOME = [random.gauss(0, 1) for _ in range(4096)]
@@ -23,50 +23,45 @@ def weights(g, dimensions, inputs):
     return g.constant((scaled * (count // len(scaled) + 1))[:count], dimensions)
 
 
-def convolve(g, tensor, before, after, side=3, stride=1, groups=1):
-    pads = [side // 2] * 4
-    kernel = weights(g, [after, before // groups, side, side], before // groups * side * side)
-    return g.add("Conv", tensor, kernel, kernel_shape=[side, side], strides=[stride, stride], pads=pads, group=groups)
+def convolve(tensor, before, after, side=3, stride=1, groups=1):
+    inputs = before // groups
+    kernel = weights(tensor.graph, [after, inputs, side, side], inputs * side * side)
+    return tensor.Conv(kernel, kernel_shape=[side, side], strides=[stride, stride], pads=[side // 2] * 4, group=groups)
 
 
-def separable(g, tensor, before, after, stride=1):
+def separable(tensor, before, after, stride=1):
     """Adds a convolution of each plane by itself, then one across the planes."""
-    tensor = g.add("Relu", convolve(g, tensor, before, before, stride=stride, groups=before))
-    return g.add("Relu", convolve(g, tensor, before, after, side=1))
+    return convolve(convolve(tensor, before, before, stride=stride, groups=before).Relu(), before, after, side=1).Relu()
 
 
 def detector():
     g = Graph([1, 3, 640, 640])
-    tensor = g.add("Relu", convolve(g, g.input, 3, 16, stride=2))
-    tensor = separable(g, tensor, 16, 16)
+    tensor = separable(convolve(g.input, 3, 16, stride=2).Relu(), 16, 16)
     planes = 16
     for stride in (4, 8, 16, 32):
-        tensor = separable(g, tensor, planes, 64, stride=2)
+        tensor = separable(separable(tensor, planes, 64, stride=2), 64, 64)
         planes = 64
-        tensor = separable(g, tensor, 64, 64)
         if stride == 4:
             continue
-        branch = separable(g, tensor, 64, 64)
+        branch = separable(tensor, 64, 64)
         cells = (640 // stride) ** 2
         for name, values in (("cls", 1), ("obj", 1), ("bbox", 4), ("kps", 10)):
             # Far below the scores of a face.
-            head = g.add("Mul", convolve(g, separable(g, branch, 64, values), values, values), 0.001)
-            head = g.add("Transpose", head, perm=[0, 2, 3, 1])
-            head = g.add("Reshape", head, g.constant([1, cells, values], kind=INT64))
+            head = convolve(separable(branch, 64, values), values, values) * 0.001
+            head = head.Transpose(perm=[0, 2, 3, 1]).Reshape([1, cells, values])
             g.output(f"{name}_{stride}", head, [1, cells, values])
     return g
 
 
 def embedder():
     g = Graph([1, 3, 112, 112])
-    tensor = g.add("Relu", convolve(g, g.input, 3, 32))
+    tensor = convolve(g.input, 3, 32).Relu()
     planes = 32
     for after, stride in [(64, 1), (128, 2), (128, 1), (256, 2), (256, 1), (512, 2), (512, 1), (512, 1), (512, 1),
                           (512, 1), (512, 1), (1024, 2), (1024, 1)]:
-        tensor = separable(g, tensor, planes, after, stride)
+        tensor = separable(tensor, planes, after, stride)
         planes = after
-    flat = g.add("Reshape", tensor, g.constant([1, 1024 * 49], kind=INT64))
-    g.output("fc1", g.add("MatMul", flat, weights(g, [1024 * 49, 128], 1024 * 49)), [1, 128])
+    g.output("fc1", tensor.Reshape([1, 1024 * 49]).MatMul(weights(g, [1024 * 49, 128], 1024 * 49)), [1, 128])
     return g
 
 

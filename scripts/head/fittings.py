@@ -22,7 +22,7 @@ def ear_uv(right, up):
 
 
 def ear_distance(u, v):
-    """How far from the ear's middle its texture's spot is, 1 at the edge of what glows."""
+    """The distance of a texture place from the ear's middle; 1 is the edge of the glowing disc."""
     return math.hypot(u - 0.5, v - 0.5) / 0.45
 
 

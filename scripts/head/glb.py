@@ -10,7 +10,7 @@ INDEX_BUFFER = 34963
 
 
 def as_float32(value):
-    """The value as the file holds it. Rounding first hides what mathematics libraries differ in."""
+    """Rounds a value to what the file stores. This hides differences between mathematics libraries."""
     return struct.unpack("<f", struct.pack("<f", round(value, 5) + 0.0))[0]
 
 

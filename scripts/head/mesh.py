@@ -2,7 +2,7 @@
 
 from head.vectors import add, cross, length, sub, unit
 
-# Points that agree to as many decimals share a normal.
+# Points that are equal when rounded to this many decimals share a normal.
 DECIMALS = 5
 
 
@@ -56,8 +56,8 @@ def weld_key(point):
 
 
 def split_quad(points, a, b, c, d, mirrored):
-    """Cuts a quad along its shorter diagonal. Where both are alike, mirrored tells which, so that the
-    two halves of a grid can be mirror images."""
+    """Cuts a quad along its shorter diagonal. If both are equally long, mirrored decides, so that
+    the two halves of a grid can be mirror images."""
     difference = length(sub(points[a], points[c])) - length(sub(points[b], points[d]))
     along_ac = mirrored if abs(difference) < 1e-7 else difference < 0.0
     return [(a, b, c), (a, c, d)] if along_ac else [(a, b, d), (b, c, d)]

@@ -5,7 +5,7 @@ import struct
 import zlib
 
 STORED_BLOCK = 65535
-# Not quite a half: 0.3, say, lies just between two values, and its last bit mustn't decide.
+# Slightly below one half: a colour such as 0.3 lies between two values, and its last bit must not decide.
 ROUNDING = 0.501
 
 

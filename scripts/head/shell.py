@@ -27,7 +27,7 @@ INNER_EAR_ANGLE = 0.08
 
 
 def texture_v(degrees):
-    """Where down the shell's texture these degrees are shown; angle_at is its inverse."""
+    """The vertical texture place for an angle in degrees; angle_at is the inverse."""
     return (NAPE + 6.0 - degrees) / 380.0
 
 

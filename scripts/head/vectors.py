@@ -39,8 +39,8 @@ def mix(a, b, share):
 
 
 def even_bends(curve, start, end, pieces):
-    """The parameters from start to end at which to cut a plane curve into straight pieces so that all stray
-    from it about as far: close together where it bends, further apart where it hardly does."""
+    """The parameters from start to end at which to cut a plane curve into straight pieces with about the same
+    error each: close together where it bends, further apart where it is almost straight."""
     fine = 720
     points = [curve(mix(start, end, i / fine)) for i in range(fine + 1)]
     sides = [(b[0] - a[0], b[1] - a[1]) for a, b in zip(points, points[1:])]

@@ -76,7 +76,7 @@ void Bubble::endTyping() {
 
 void Bubble::hide() {
     if (!view) return;
-    // Before the panel goes: losing the keyboard then is no dismissal.
+    // Cleared first: losing the keyboard by hiding isn't a dismissal.
     typing = false;
     view->hide();
 }

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Fixed pixels: hair lines and hair gaps look the same on every screen.
+// Not scaled: thin lines and gaps look the same on every screen.
 constexpr int32_t screenMargin = 6;
 constexpr int32_t gapToAnchor = 2;
 constexpr int32_t pointerHalfWidth = 9;
@@ -36,20 +36,20 @@ struct Metrics {
 
     int32_t width;
     int32_t pad;         ///< also how far the panel overlaps the anchor
-    int32_t editRow;     ///< kept for the edit line
+    int32_t editRow;     ///< height reserved for the edit line
     int32_t editGap;     ///< above that row
     int32_t editHeight;  ///< of the edit line itself
     int32_t editOffset;  ///< from the row's top to the edit line
     int32_t maxText;     ///< the tallest text area
     int32_t tail;        ///< height of the pointer
-    int32_t statusRow;   ///< kept for the status line
+    int32_t statusRow;   ///< height reserved for the status line
     int32_t statusHeight;
     int32_t minBody;        ///< the least height without the pointer
-    int32_t pointerMargin;  ///< nearest that the pointer comes to the sides
+    int32_t pointerMargin;  ///< least distance of the pointer from the sides
 };
 
-/// A left or top edge such that `length` pixels lie between the limits, or else begin at the first. Half the
-/// numbers are far beyond any screen and leave room for sums.
+/// Returns a left or top edge such that `length` pixels lie between the limits, or begin at the first. The
+/// result is limited to half of the numbers' range, which leaves room for sums.
 int32_t placed(int64_t wanted, int64_t first, int64_t last, int32_t length) {
     constexpr int64_t farthest = std::numeric_limits<int32_t>::max() / 2;
     return static_cast<int32_t>(

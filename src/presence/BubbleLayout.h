@@ -4,28 +4,28 @@
 
 #include "platform/bubble_view.h"
 
-// What the speech bubble measures and where it goes. Nothing here asks or moves a window. Dots per inch count
-// as 24 to 480. Threads: any.
+// The size and place of the speech bubble, as plain functions. DPI values are clamped to 24..480. Threads:
+// any.
 
-/// The panel's width in pixels.
+/// Returns the panel's width in pixels.
 int32_t bubbleWidth(int32_t dpi);
 
-/// The width in pixels that its text is broken to.
+/// Returns the width in pixels at which its text wraps.
 int32_t bubbleTextWidth(int32_t dpi);
 
 BubbleStyle bubbleStyle(int32_t dpi);
 
-/// What the layout follows from; pixels.
+/// The input of the layout, in pixels.
 struct BubbleFacts {
     int32_t textHeight = 0;  ///< of the main text at `bubbleTextWidth`, 0 without one
     bool hasStatus = false;
     bool typing = false;
     Rect anchor;    ///< the head's window
-    Rect workArea;  ///< of the screen nearest to it
+    Rect workArea;  ///< of the nearest screen
     int32_t dpi = 96;
 };
 
-/// The panel stands above the anchor if it fits there, else below it, and within the work area; in one that
-/// is too small for it, the left and the top edge win. Of a text that is too tall the newest lines are in
-/// view.
+/// Places the panel above the anchor if it fits there, else below it, and within the work area. In a work
+/// area that is too small, the left and the top edge stay visible. Of a text that is too tall, the newest
+/// lines are visible.
 BubbleLayout layOutBubble(const BubbleFacts& facts);

@@ -5,9 +5,9 @@
 
 #include "platform/menu_view.h"
 
-// What the context menu holds. Threads: any.
+// The entries of the context menu. Threads: any.
 
-/// The commands, by the numbers under which the menu reports them.
+/// The commands. Their values are the ids of the menu's items.
 enum class MenuCommand : int32_t {
     ask = 1,
     speakReplies = 2,
@@ -22,7 +22,7 @@ enum class MenuCommand : int32_t {
     retryDownload = 11,
 };
 
-/// What the menu depends on.
+/// The state that the menu shows.
 struct MenuState {
     bool asleep = false;
     bool voiceOn = false;
@@ -32,11 +32,11 @@ struct MenuState {
     bool canRetryEars = false;
 };
 
-/// Whether starting the brain again makes sense.
+/// Returns whether the brain should be started again.
 bool canRetryBrain(bool brainReady, bool brainStarting, bool thinking);
 
-/// Whether starting the ears again makes sense.
+/// Returns whether the ears should be started again.
 bool canRetryEars(bool micOn, bool earsFailed, bool earsStarting);
 
-/// The menu from top to bottom.
+/// Returns the menu's items from top to bottom.
 std::vector<MenuItem> contextMenu(const MenuState& state);

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// 0 for a type that glTF 2.0 doesn't have.
+/// Returns the size in bytes, or 0 for a type that glTF 2.0 doesn't have.
 size_t componentSize(int type) {
     switch (type) {
         case TINYGLTF_COMPONENT_TYPE_BYTE:
@@ -45,7 +45,7 @@ Out load(const char* at, bool normalized) {
     return static_cast<Out>(value);
 }
 
-/// `Out` is an integer only for unsigned types.
+/// Reads one component. `Out` is an integer type only for unsigned components.
 template <typename Out>
 Out component(const char* at, int type, bool normalized) {
     if (type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE) return load<uint8_t, Out>(at, normalized);
@@ -59,13 +59,13 @@ Out component(const char* at, int type, bool normalized) {
     return {};
 }
 
-/// Equal elements at equal distances in some bytes.
+/// Elements of one size at equal distances.
 struct Elements {
     std::string_view bytes;
     size_t size = 0;
     size_t stride = 0;
 
-    /// `elementSize` isn't 0; a `distance` of 0 means that the elements follow each other closely.
+    /// `elementSize` isn't 0. A `distance` of 0 means that there are no gaps.
     Elements(std::string_view all, size_t offset, size_t elementSize, size_t distance)
         : bytes(all.substr(std::min(offset, all.size()))),
           size(elementSize),
@@ -101,7 +101,7 @@ bool applySparse(const GltfFile& file, const tinygltf::Accessor& accessor, size_
                           static_cast<size_t>(sparse.values.byteOffset),
                           width * componentSize(accessor.componentType), 0);
     if (count > accessor.count || !indices.holds(count) || !values.holds(count)) return false;
-    // The indices must rise, which also bounds the work by what is wanted of the accessor.
+    // The indices must rise. This also bounds the work.
     size_t next = 0;
     for (size_t i = 0; i < count; ++i) {
         const size_t index = component<uint32_t>(indices.at(i), indexType, false);

@@ -6,15 +6,15 @@
 
 struct GltfFile;
 
-// The values that an accessor of an open file stands for: strided, normalised, sparse, or without bytes,
-// which makes zeros. An accessor is read up to its first `most` elements. False when it has another shape, a
-// component type that glTF doesn't know, or tells of bytes that aren't there; `out` is then worth nothing.
-// Threads: any, as long as the file isn't changed.
+// Reads the values of an accessor of an open file: strided, normalised, sparse, or without bytes, which gives
+// zeros. At most the first `most` elements are read. The functions return false when the accessor has another
+// shape, an unknown component type, or refers to bytes that don't exist; `out` is undefined then. Threads:
+// any, as long as the file isn't changed.
 
-/// Vectors of `width` floats, one after the other; they may be infinite or not a number.
+/// Reads vectors of `width` floats, one after the other. Values may be infinite or NaN.
 [[nodiscard]] bool readVectors(const GltfFile& file, int32_t accessor, int32_t width, size_t most,
                                std::vector<float>& out);
 
-/// Single unsigned integers of any width.
+/// Reads unsigned integers of any width.
 [[nodiscard]] bool readIndices(const GltfFile& file, int32_t accessor, size_t most,
                                std::vector<uint32_t>& out);

@@ -17,7 +17,7 @@ uint32_t numberAt(std::string_view bytes, size_t offset) {
     return byte(0) | byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
 }
 
-/// Cuts the next chunk off `rest`; false when it has another type or isn't whole.
+/// Removes the next chunk from `rest`. Returns false when it has another type or isn't complete.
 bool takeChunk(std::string_view& rest, uint32_t type, std::string_view& content) {
     if (rest.size() < 8 || numberAt(rest, 4) != type) return false;
     const size_t length = numberAt(rest, 0);
@@ -27,7 +27,7 @@ bool takeChunk(std::string_view& rest, uint32_t type, std::string_view& content)
     return true;
 }
 
-/// The binary chunk is left empty when the file has none.
+/// Splits the file into its JSON text and its binary chunk, which is empty when the file has none.
 bool splitFile(std::string_view bytes, std::string_view& text, std::string_view& binary) {
     constexpr uint32_t jsonChunk = 0x4E4F534A;
     constexpr uint32_t binaryChunk = 0x004E4942;
@@ -39,8 +39,8 @@ bool splitFile(std::string_view bytes, std::string_view& text, std::string_view&
     return rest.empty() || takeChunk(rest, binaryChunk, binary);
 }
 
-/// Lets the library read the lists that are only descriptions. It gets neither buffers nor images: it would
-/// copy the binary chunk for each buffer, and trust what is said about images.
+/// Lets the library parse the descriptive lists. It doesn't get buffers and images: it would copy the binary
+/// chunk for each buffer, and trust the images' entries.
 bool readLists(json& document, tinygltf::Model& lists) {
     json kept = {{"asset", document["asset"]}};
     for (const char* key : {"accessors", "bufferViews", "materials", "meshes", "nodes", "textures"}) {
@@ -162,7 +162,7 @@ bool orderNodes(GltfFile& file) {
         const std::vector<int>& children = nodes[file.topDown[i]].children;
         file.topDown.insert(file.topDown.end(), children.begin(), children.end());
     }
-    // With one parent each, the nodes that no way leads to from above are those of circles.
+    // Every node has at most one parent, so the nodes that weren't reached form cycles.
     return file.topDown.size() == nodes.size();
 }
 

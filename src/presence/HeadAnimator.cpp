@@ -5,19 +5,19 @@
 
 namespace {
 
-constexpr float restPitch = -4;    // a head at rest looks up a little
+constexpr float restPitch = -4;    // a resting head looks up a little
 constexpr float spinSpeed = 300;   // degrees a second
-constexpr float winkClosed = 150;  // milliseconds after its begin
+constexpr float winkClosed = 150;  // milliseconds since the wink began
 constexpr float winkOpens = 350;
 constexpr float winkEnds = 500;
 
-// `keep` is the share of the distance that is left after a thirtieth of a second, so that the motion is the
-// same at any frame rate.
+// Moves `value` towards `target`. `keep` is the share of the distance that is left after 1/30 s, so that the
+// motion doesn't depend on the frame rate.
 void approach(float& value, float target, float keep, float dt) {
     value += (target - value) * (1 - std::pow(keep, dt * 30));
 }
 
-// The sine of `speed` radians a second.
+// Returns the sine of a phase that advances by `speed` radians a second.
 float wave(double clock, double speed) {
     return static_cast<float>(std::sin(clock * speed));
 }
@@ -46,7 +46,7 @@ void HeadAnimator::startSpin() {
     spinLeft = 360;
 }
 
-// The factor of the eyes' glow.
+// Advances the wink and returns the factor of the eyes' glow.
 float HeadAnimator::advanceWink(float dt) {
     if (!winking) return 1;
     winkClock += dt;
@@ -130,7 +130,7 @@ void HeadAnimator::updateJaw(float dt) {
     if (speechLevel >= 0) {
         jawTarget = speechLevel * 24;
     } else {
-        // Nothing is heard, so the mouth just moves.
+        // There is no sound to follow, so the mouth moves at random.
         jawTimer -= dt;
         if (jawTimer <= 0) {
             jawTarget = random() * 22;

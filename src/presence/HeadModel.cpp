@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Numbers beyond what a float holds come to its ends: the model stays finite.
+/// Converts with clamping to a float's range, so that the model stays finite.
 float toFloat(double number) {
     constexpr double largest = std::numeric_limits<float>::max();
     return static_cast<float>(std::clamp(number, -largest, largest));
@@ -66,18 +66,18 @@ HeadGlow glowOf(const tinygltf::Material& material) {
     return name.find("earglow") != std::string::npos ? HeadGlow::ear : HeadGlow::none;
 }
 
-/// Makes the parts of one file.
+/// Reads the parts of one file.
 struct PartReader {
     const GltfFile& file;
     HeadModel& model;
     std::vector<HeadGlow> glows;                 ///< of each material
-    std::vector<std::optional<int32_t>> images;  ///< of each image its place in the model, -1: undecodable
+    std::vector<std::optional<int32_t>> images;  ///< each image's index in the model; -1: can't be decoded
     ImageDecoder decoder;
-    // Corners of the box around what the head's size is taken from.
+    // Corners of the box that decides the head's size.
     glm::dvec3 low{1e9};
     glm::dvec3 high{-1e9};
-    // Many nodes may draw one mesh, so a small file can ask for any amount of work. A part that would go
-    // beyond what is left here is left out. Looking at a part counts, whether it can be drawn or not.
+    // Many nodes may draw one mesh, so a small file can ask for any amount of work. A part that exceeds these
+    // limits is left out. Parts that can't be drawn count too.
     size_t partsLeft = 1 << 16;
     size_t verticesLeft = 1 << 22;
     size_t indicesLeft = 1 << 22;
@@ -121,7 +121,7 @@ void PartReader::readNode(int32_t nodeIndex) {
     }
 }
 
-/// False for a part that can't be drawn.
+/// Returns false for a part that can't be drawn.
 bool PartReader::readGeometry(const tinygltf::Primitive& primitive, HeadPart& part) {
     const auto attribute = [&](const char* name) {
         const auto found = primitive.attributes.find(name);
@@ -143,7 +143,7 @@ bool PartReader::readPositions(int32_t accessor, HeadPart& part) {
     verticesLeft -= count;
     std::vector<float> numbers;
     if (!readVectors(file, accessor, 3, count, numbers)) return false;
-    // Not even one part's stray number may spoil the size of the whole.
+    // A stray number in one part must not spoil the size of the whole head.
     if (!std::all_of(numbers.begin(), numbers.end(), [](float number) { return std::isfinite(number); })) {
         return false;
     }
@@ -234,7 +234,7 @@ bool parseHeadModel(std::string_view bytes, HeadModel& model) {
     PartReader reader(file, model);
     const std::vector<glm::mat4> worlds = worldTransforms(file);
     for (size_t i = 0; i < worlds.size(); ++i) {
-        // A node that lies beyond all numbers keeps its place in the list, but has nothing to draw.
+        // A node with a transform that isn't finite keeps its index, but isn't drawn.
         const bool isPlaced = isFinite(worlds[i]);
         model.nodes.push_back({isPlaced ? worlds[i] : glm::mat4(1), file.lists.nodes[i].name});
         if (isPlaced) reader.readNode(static_cast<int32_t>(i));

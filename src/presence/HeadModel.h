@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-// The head as it comes from its glTF 2.0 binary file: a flat list of what is to be drawn, checked so that
-// whoever draws it need not check again. Matrices are glm's: column vectors, `m * v`. Threads: one at a time.
+// The head from its glTF 2.0 binary file: a flat list of drawable parts, fully checked, so that a renderer
+// needn't check again. Matrices are glm's: column vectors, `m * v`. Threads: one at a time.
 
-/// One corner of a triangle, as it lies in the graphics card's memory: 32 bytes.
+/// A vertex in the layout of the graphics card's buffer: 32 bytes.
 struct HeadVertex {
     glm::vec3 position{0};
     glm::vec3 normal{0, 0, 1};
@@ -19,11 +19,11 @@ static_assert(sizeof(HeadVertex) == 32);
 
 /// One node of the file, with or without a mesh.
 struct HeadNode {
-    glm::mat4 world{1};  ///< to the model's space, parents included
+    glm::mat4 world{1};  ///< to model space, parents included
     std::string name;
 };
 
-/// Which of the pose's lights a part carries.
+/// The light of the pose that a part shows.
 enum class HeadGlow : int32_t { none, eye, ear };
 
 /// One drawable part of a node.
@@ -44,8 +44,8 @@ struct HeadImage {
     std::vector<uint8_t> pixels;
 };
 
-/// The whole head, with what brings it to its standard size: its longest side measures 1.2 after the scale,
-/// centred on the origin; jaw and mouth interior don't count.
+/// The whole head. Moved by -`center` and scaled by `scale`, it is centred on the origin and its longest side
+/// measures 1.2. Jaw and mouth interior don't count for the size.
 struct HeadModel {
     std::vector<HeadNode> nodes;  ///< in file order
     std::vector<HeadPart> parts;  ///< in file order
@@ -54,9 +54,9 @@ struct HeadModel {
     glm::vec3 center{0};
 };
 
-/// Reads a model file. On failure the log tells why in one line and false comes back: the file can't be read,
-/// isn't valid glTF, needs other files, or has nothing to draw. An image that can't be decoded only leaves
-/// its parts without a texture; a part that can't be drawn is left out.
+/// Reads a model file. Returns false, with one line in the log, when the file can't be read, isn't valid
+/// glTF, needs other files, or has nothing to draw. An image that can't be decoded leaves its parts without a
+/// texture; a part that can't be drawn is left out.
 [[nodiscard]] bool readHeadModel(const std::string& path, HeadModel& model);
 
 /// `readHeadModel` for bytes in memory.

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Where the head points and how it glows: what the renderer draws.
+/// The head's direction and lights: the renderer's input.
 struct HeadPose {
     float pitch = 0;        ///< degrees of nod; negative looks up
     float yaw = 0;          ///< degrees of turn

@@ -11,7 +11,7 @@ struct HeadPrimitive {
     uint32_t vertexBuffer = 0;  ///< in `HeadVertex` layout
     uint32_t indexBuffer = 0;   ///< 32-bit indices
     uint32_t indexCount = 0;
-    uint32_t texture = 0;  ///< base colour texture, shared; 0: none
+    uint32_t texture = 0;  ///< base colour texture, shared between parts; 0: none
     glm::vec4 baseColor{1};
     HeadGlow glow = HeadGlow::none;
     int32_t nodeIndex = 0;

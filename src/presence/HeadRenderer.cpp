@@ -14,7 +14,7 @@
 namespace {
 
 constexpr int32_t wantedSamples = 4;
-/// Pixels with at least this alpha belong to the head where nothing blends windows.
+/// The least alpha of a head pixel where no compositor blends windows.
 constexpr uint8_t outlineAlpha = 128;
 
 uint32_t createTexture(int32_t width, int32_t height, GLint format, const void* pixels) {
@@ -118,8 +118,8 @@ void HeadRenderer::upload(const HeadModel& model) {
 }
 
 bool HeadRenderer::createTargets() {
-    // The window's own samples would be averaged without their alpha, which gives hard edges; so the frame is
-    // drawn into targets of ours.
+    // The window's own multisampling ignores alpha, which gives hard edges. So the frame is drawn to targets
+    // of our own.
     GLint mostSamples = 0;
     glGetIntegerv(GL_MAX_SAMPLES, &mostSamples);
     const GLsizei samples = mostSamples >= wantedSamples ? wantedSamples : 0;
@@ -158,7 +158,7 @@ void HeadRenderer::resize(int32_t newWidth, int32_t newHeight) {
     width = newWidth;
     height = newHeight;
     releaseTargets();
-    // Without targets the frames are lost, but the window and all else work; the next size may do.
+    // Without targets nothing is drawn, but everything else works; the next size may succeed.
     (void)createTargets();
 }
 
@@ -218,7 +218,7 @@ void HeadRenderer::render(const HeadPose& pose) {
     resolve();
     if (surface->needsOutline()) cutToOutline();
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
-    glClear(GL_COLOR_BUFFER_BIT);  // where a window manager has made the window larger than it wants to be
+    glClear(GL_COLOR_BUFFER_BIT);  // a window manager may have made the window larger
     glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     surface->present();
 }

@@ -10,8 +10,10 @@
 #include "presence/HeadPose.h"
 #include "presence/HeadPrimitive.h"
 
-/// Draws the head. Everything that isn't head stays see-through, with soft edges: 4 samples for each pixel,
-/// averaged with the transparent background. Threads: the window thread.
+/// Draws the head with OpenGL on a transparent background. Edges are soft: 4 samples a pixel, averaged with
+/// their alpha.
+///
+/// Threads: window thread only.
 class HeadRenderer {
 public:
     HeadRenderer() = default;
@@ -19,20 +21,20 @@ public:
     HeadRenderer(const HeadRenderer&) = delete;
     HeadRenderer& operator=(const HeadRenderer&) = delete;
 
-    /// Prepares drawing into the surface, which must outlive the renderer, and loads the model. False on the
-    /// first failure, which the log tells. Once.
+    /// Prepares drawing to the surface, which must outlive the renderer, and loads the model. Returns false
+    /// on failure, with the reason in the log. Must be called once only.
     [[nodiscard]] bool initialize(const HeadSurface& target, int32_t width, int32_t height,
                                   const std::string& modelPath);
 
-    /// Draws one frame and presents it. Nothing happens before `initialize`, or when the surface is lost.
+    /// Draws and presents one frame. Does nothing before `initialize`, or when the surface is lost.
     void render(const HeadPose& pose);
 
-    /// Follows the window's size in pixels. Nothing happens before `initialize`, with a size below 1 or an
-    /// unchanged one.
+    /// Sets the size in pixels. Does nothing before `initialize`, for a size below 1 and for the current
+    /// size.
     void resize(int32_t newWidth, int32_t newHeight);
 
-    /// Draws one frame into a PNG file of the current size: over grey 90 with three channels, or with a
-    /// fourth of straight alpha. False when it couldn't be drawn or written.
+    /// Draws one frame to a PNG file of the current size: three channels over grey 90, or four with straight
+    /// alpha. Returns false when it couldn't be drawn or written.
     [[nodiscard]] bool capture(const std::string& path, const HeadPose& pose, bool withAlpha);
 
     int32_t width = 0;   ///< current size in pixels
@@ -59,7 +61,7 @@ private:
     uint32_t frame = 0;  ///< framebuffer of the multisampled targets
     uint32_t colorTarget = 0;
     uint32_t depthTarget = 0;
-    uint32_t resolvedFrame = 0;  ///< framebuffer of one sample for each pixel
+    uint32_t resolvedFrame = 0;  ///< framebuffer with one sample a pixel
     uint32_t resolvedColor = 0;
     std::vector<uint8_t> pixels;  ///< for the outline
 };

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The text of both stages; each is compiled with the name of its own defined.
+/// The source of both stages. Each stage is compiled with its own name defined.
 constexpr const char* shaderText = R"(
 layout(std140) uniform HeadConstants {
     mat4 world;
@@ -49,7 +49,7 @@ float saturate(float x) {
     return clamp(x, 0.0, 1.0);
 }
 
-// Products are far cheaper than pow where the processor draws.
+// Products are far cheaper than pow() on a software renderer.
 float power48(float x) {
     float x2 = x * x;
     float x4 = x2 * x2;
@@ -82,7 +82,7 @@ void main() {
 #endif
 )";
 
-/// The compiler's or linker's message.
+/// Returns the compiler's or linker's message.
 template <typename GetLength, typename GetText>
 std::string message(uint32_t name, GetLength getLength, GetText getText) {
     GLint length = 0;

@@ -22,7 +22,7 @@ struct Row {
     int32_t x, y, width, height;
 };
 
-// Not a constant expression for the sake of the texts of this system.
+// Not constexpr, because some texts depend on the system.
 const Row rows[] = {
     {none, Kind::label, "Your name (what Velu calls you)", 16, 14, 380, 18},
     {Id::userName, Kind::edit, "", 16, 34, 380, 24},
@@ -49,8 +49,7 @@ const Row rows[] = {
 
 constexpr int32_t windowWidth = 420;
 constexpr int32_t windowHeight = 534;
-// The window's frame is drawn around what we ask for, in whatever measures the desktop has. What an ordinary
-// one takes of the window is left to it.
+// The desktop adds the window's frame around our size. These are the sizes of a usual frame.
 constexpr int32_t frameSide = 4;
 constexpr int32_t frameTop = 24;
 constexpr int32_t fontHeight = 13;
@@ -87,7 +86,7 @@ std::vector<std::string> withFirst(const char* first, const std::vector<std::str
     return entries;
 }
 
-/// The entry of a list that starts with an automatic choice.
+/// Returns the index in a list that starts with an automatic choice.
 int32_t entryOf(const std::vector<std::string>& names, const std::string& part) {
     int32_t entry = 0;
     for (size_t index = 0; !part.empty() && index < names.size(); ++index) {
@@ -96,7 +95,7 @@ int32_t entryOf(const std::vector<std::string>& names, const std::string& part) 
     return entry;
 }
 
-/// The way back; empty is the automatic choice.
+/// Returns the name at the index; empty for the automatic choice.
 std::string nameOf(const std::vector<std::string>& names, int32_t entry) {
     const auto index = static_cast<size_t>(entry) - 1;
     return entry > 0 && index < names.size() ? names[index] : std::string();

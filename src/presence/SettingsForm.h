@@ -7,16 +7,16 @@
 #include "foundation/Settings.h"
 #include "platform/settings_view.h"
 
-// What the settings window holds and what becomes of it. Threads: any.
+// The controls of the settings window, and what saving them does. Threads: any.
 
-/// The lists that the user chooses from, as they are when the window opens.
+/// The choices of the lists, as they are when the window opens.
 struct SettingsChoices {
-    std::vector<std::string> models;  ///< their names, in the order of the catalogue
+    std::vector<std::string> models;  ///< names in the catalogue's order
     std::vector<std::string> voices;
     std::vector<std::string> microphones;
 };
 
-/// The controls that have something to report or to keep.
+/// The controls with a value or an action.
 enum class SettingsControl : int32_t {
     save = 1,
     cancel = 2,
@@ -35,12 +35,12 @@ enum class SettingsControl : int32_t {
     forget = 112,
 };
 
-/// The window, filled from `settings`, in the middle of `workArea`. A voice or a microphone is found by a
-/// part of its name, of several the last one; one that isn't there shows as the automatic choice, a size
-/// that isn't offered as "Medium".
+/// Returns the window, filled from `settings`, in the middle of `workArea`. A voice or a microphone is found
+/// by a part of its name; the last match counts. One that isn't found shows as the automatic choice, and a
+/// size that isn't offered as "Medium".
 Form settingsForm(const Settings& settings, const SettingsChoices& choices, const Rect& workArea,
                   int32_t dpi);
 
-/// Takes over what the user has entered, and saves the settings. `choices` are those of the form.
+/// Copies the user's input to the settings and saves them. `choices` are those of the form.
 void applySettingsForm(const std::vector<Control>& controls, const SettingsChoices& choices,
                        Settings& settings);

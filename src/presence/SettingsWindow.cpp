@@ -20,7 +20,7 @@ void SettingsWindow::open(const Desktop& desktop, Settings& toEdit, const Settin
 }
 
 void SettingsWindow::pressed(SettingsControl button) {
-    // A second click may come before the window is gone.
+    // A second click may come before the window has closed.
     if (!view) return;
     constexpr const char* title = "Velu";
     switch (button) {
@@ -42,7 +42,7 @@ void SettingsWindow::pressed(SettingsControl button) {
 
 void SettingsWindow::save() {
     std::vector<Control> entered = view->controls();
-    // A switch that wasn't touched here may have been turned in the menu meanwhile.
+    // The menu may have changed a switch that wasn't touched here.
     const std::vector<Control> present = settingsForm(*settings, choices, {}, 96).controls;
     for (size_t index = 0; index < entered.size(); ++index) {
         if (entered[index].checked == opened.controls[index].checked)
@@ -50,7 +50,7 @@ void SettingsWindow::save() {
     }
     applySettingsForm(entered, choices, *settings);
     close();
-    // It may open the window again.
+    // The callback may open the window again.
     const SettingsCallbacks toCall = std::move(callbacks);
     toCall.saved(settings->modelIndex != modelBefore);
 }

@@ -7,26 +7,28 @@
 #include "platform/settings_view.h"
 #include "presence/SettingsForm.h"
 
-/// What the settings window has done elsewhere, from within `Desktop::processEvents`.
+/// The settings window's callbacks. They are called within `Desktop::processEvents`.
 struct SettingsCallbacks {
-    std::function<void()> clearConversation;  ///< at once, whether the user saves or not
-    std::function<void()> forget;             ///< the same, once the user has said yes
-    /// The settings are saved and the window is gone. `modelChanged`: another model than at the opening.
+    std::function<void()> clearConversation;  ///< called at once, before the user saves
+    std::function<void()> forget;             ///< called at once when the user has confirmed
+    /// Called when the settings are saved and the window is closed. `modelChanged`: the model differs from
+    /// the one at opening.
     std::function<void(bool modelChanged)> saved;
 };
 
-/// The window with all the user's choices. It changes none of them until the user saves; nothing waits for
-/// it. Threads: that of the `Desktop`.
+/// The window with the user's settings. It changes them only when the user saves. Nothing waits for it.
+///
+/// Threads: window thread only.
 class SettingsWindow {
 public:
-    /// Opens it in the middle of `workArea`, filled from `settings`. One that is open already is
-    /// brought to the front instead, as it is. `desktop` and `settings` outlive the window.
+    /// Opens the window in the middle of `workArea`, filled from `settings`. A window that is already open is
+    /// brought to the front unchanged. `desktop` and `settings` outlive the window.
     void open(const Desktop& desktop, Settings& settings, const SettingsChoices& choices,
               const Rect& workArea, int32_t dpi, SettingsCallbacks callbacks);
 
     [[nodiscard]] bool isOpen() const { return view != nullptr; }
 
-    /// Closes it as Cancel does.
+    /// Closes the window as Cancel does.
     void close() { view.reset(); }
 
 private:
@@ -35,7 +37,7 @@ private:
 
     std::unique_ptr<SettingsView> view;
     Settings* settings = nullptr;  ///< set while `view` is there
-    Form opened;                   ///< as it was before the user touched it
+    Form opened;                   ///< the form before the user changed it
     SettingsChoices choices;
     SettingsCallbacks callbacks;
     int32_t modelBefore = 0;

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-// Which of the installed voices speaks. Threads: any.
+// The choice among the installed voices. Threads: any.
 
-/// The voice that the user wants, by its place: the first whose description holds `name`, or, when that is
-/// empty, the first that holds any of the built-in words. Nothing when there is none.
+/// Returns the index of the first voice whose description contains `name`, or, when `name` is empty, any of
+/// the built-in words. Returns nothing when there is none.
 std::optional<size_t> pickVoice(const std::vector<std::string>& descriptions, std::string_view name);

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// By viseme.
+/// The jaw's opening for each viseme.
 constexpr float openings[] = {0.0F, 0.7F,  1.0F, 0.75F, 0.55F, 0.4F,  0.3F,  0.25F, 0.6F, 0.85F, 0.55F,
                               0.8F, 0.35F, 0.3F, 0.35F, 0.2F,  0.25F, 0.25F, 0.15F, 0.3F, 0.35F, 0.0F};
 
@@ -52,7 +52,7 @@ void VoiceOut::stop() {
     if (!voice) return;
     voice->purge();
     pending = 0;
-    // No event comes of what was purged, and the next text shall not begin with an open mouth.
+    // Purged texts send no events, and the next text must not begin with an open mouth.
     mouthOpen = 0;
 }
 

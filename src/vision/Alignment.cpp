@@ -6,7 +6,7 @@
 
 namespace {
 
-// Where an aligned face has the landmarks: their mean, and each from it.
+// The landmarks of an aligned face: their mean, and each one's offset from it.
 constexpr float referenceX = 56.02616F;
 constexpr float referenceY = 71.90078F;
 constexpr float reference[5][2] = {{-17.73156F, -20.20448F},
@@ -38,7 +38,7 @@ bool Alignment::fit(const Face& face) {
         a += px * qx + py * qy;
         b += px * qy - py * qx;
     }
-    if (!(spread >= 0.001F)) return false;  // so is what isn't a number
+    if (!(spread >= 0.001F)) return false;  // also refuses NaN
     a /= spread;
     b /= spread;
     return a * a + b * b >= 0.000000001F;

@@ -6,15 +6,15 @@
 
 #include "platform/camera.h"
 
-// Which camera is looked through, and at what size. Threads: any.
+// The choice of a camera and of its picture size. Threads: any.
 
-/// Whether the camera sees by infrared light: by its name, or because it knows no colours.
+/// Returns whether the camera is an infrared one: its name says so, or it has no colours.
 bool isInfrared(const CameraDevice& device);
 
-/// The first camera whose name holds `wanted`; without one the first that isn't infrared. Null when there is
-/// none. An empty text wants nothing.
+/// Returns the first camera whose name contains `wanted`, else the first that isn't infrared, else null. An
+/// empty `wanted` matches no camera.
 const CameraDevice* chooseCamera(const std::vector<CameraDevice>& devices, const std::string& wanted);
 
-/// The size whose width is nearest to 640, the first of several; what isn't told counts as 0. An untold one
-/// when there is none.
+/// Returns the size whose width is nearest to 640, and of equally near ones the first. An unknown width
+/// counts as 0. Returns an unknown size when there is none.
 CameraSize chooseSize(const std::vector<CameraSize>& sizes);

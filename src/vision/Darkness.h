@@ -3,17 +3,18 @@
 #include <cstdint>
 #include <span>
 
-/// Notices a camera that shows nothing but black from the start: its shutter is closed, or the system forbids
-/// it to see. Threads: one.
+/// Detects a camera that shows only black from the start: its shutter is closed, or the system denies access.
+///
+/// Threads: one at a time.
 class Darkness {
 public:
-    /// Takes the next picture's bytes. True once, when it is time to tell the user.
+    /// Takes the next picture's bytes. Returns true once, when the user should be told.
     [[nodiscard]] bool isNoticed(std::span<const uint8_t> pixels);
 
-    /// Whether anything can be seen in these bytes: those that are looked at are 3 of 255 bright, on average.
+    /// Returns whether the bytes that it samples have an average of at least 3 of 255.
     [[nodiscard]] static bool isLit(std::span<const uint8_t> pixels);
 
 private:
     int32_t litFrames = 0;
-    int32_t darkRun = 0;  ///< pictures since the last that was lit
+    int32_t darkRun = 0;  ///< dark pictures since the last lit one
 };

@@ -3,11 +3,12 @@
 #include <span>
 #include <vector>
 
-// What tells a face from others: a direction in a space of many dimensions, kept at the length 1.
+// Embeddings of faces: vectors of length 1. Those of one person have similar directions. Threads: any.
 
-/// Brings the vector to the length 1; one of zeros stays as it is. False when it has entries that aren't
-/// finite, or too large to be measured; it is then as it was.
+/// Scales the vector to length 1; a zero vector is unchanged. Returns false, with the vector unchanged, when
+/// its length isn't finite.
 [[nodiscard]] bool makeUnitLength(std::vector<float>& vector);
 
-/// The cosine between two of them, 1 for the same direction. -1 when they differ in length or are empty.
+/// Returns the cosine between two embeddings: 1 for the same direction. Returns -1 when their sizes differ or
+/// are 0.
 float similarity(std::span<const float> a, std::span<const float> b);

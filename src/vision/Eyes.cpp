@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int32_t listMs = 5000;  // cameras may have to be woken up for it
+constexpr int32_t listMs = 5000;  // listing may have to wake cameras up
 constexpr uint64_t analysisPauseMs = 250;
 constexpr int32_t frameWaitMs = 1000;
 
@@ -50,7 +50,7 @@ bool Eyes::start(const std::string& wantedDevice) {
     const std::lock_guard guard(lifecycle);
     if (running) return true;
     if (!detector) return false;
-    if (cameraThread.joinable()) cameraThread.join();  // it ended by itself
+    if (cameraThread.joinable()) cameraThread.join();  // the thread ended by itself
     deviceName = wantedDevice;
     recognition.onGreet = onGreet;
     stopRequested = false;
@@ -70,7 +70,7 @@ void Eyes::stop() {
     if (cameraThread.joinable()) {
         camera.interrupt();
         cameraThread.join();
-        camera.close();  // an interruption that came too late isn't for the next start
+        camera.close();  // else a late interruption would stop the next start
     }
     running = false;
     recognition.end();

@@ -15,12 +15,12 @@
 #include "vision/FaceEmbedder.h"
 #include "vision/Recognition.h"
 
-/// Sees who is there. It takes a picture from the camera four times a second, finds the faces in it and says
-/// whose the largest is. No picture is kept.
+/// Recognises who is in front of the camera. It takes a picture four times a second, finds the faces in it
+/// and names the largest one. No picture is kept.
 ///
-/// Threads: `start`, `stop` and `loadModels` from any, one at a time; `sighting`, `learnFace` and the atomic
-/// fields from any; the callbacks are set before `start`. `detect` and `embed` are the camera thread's while
-/// it lives.
+/// Threads: `start`, `stop` and `loadModels` on any thread, one at a time; `sighting`, `learnFace` and the
+/// atomic fields on any thread; the callbacks are set before `start`. Only the camera thread calls `detect`
+/// and `embed` while it runs. What a callback throws ends in the log.
 class Eyes {
 public:
     Eyes() = default;
@@ -28,41 +28,42 @@ public:
     Eyes(const Eyes&) = delete;
     Eyes& operator=(const Eyes&) = delete;
 
-    /// When it is set, each picture that is analysed is left there as a PNG, over the one before it, and the
-    /// log tells what was found. Empty but to try the camera.
+    /// If this isn't empty, each analysed picture is written there as a PNG, over the one before, and the log
+    /// says how many faces were found. Used to test the camera.
     std::string debugImagePath;
-    std::function<void(const std::string& sentence)> onProblem;  ///< a sentence for the user; camera thread
-    std::function<void(const std::string& name)> onGreet;  ///< someone who is known has come; its own thread
+    std::function<void(const std::string& sentence)>
+        onProblem;  ///< called on the camera thread with a sentence for the user
+    std::function<void(const std::string& name)>
+        onGreet;  ///< called on a thread of its own when a known person comes
 
-    /// Loads "yunet.onnx", which finds faces, and "sface.onnx", which tells them apart, from the folder, in
-    /// place of those loaded before, and who is known. Not while the camera runs. Blocks for tens of
-    /// milliseconds. False, with the reason in the log, when either can't be used.
+    /// Loads "yunet.onnx" (finds faces) and "sface.onnx" (tells them apart) from the folder, and the known
+    /// people. Models that were loaded before are replaced. Must not be called while the camera runs. Blocks
+    /// for tens of milliseconds. Returns false when a model can't be used; the log has the reason.
     [[nodiscard]] bool loadModels(const std::string& directory);
 
-    /// Starts to look through the first camera whose name holds this text, or the first that isn't infrared,
-    /// unless a camera runs. False without models. What goes wrong later is told to `onProblem`, and
-    /// `running` is false again.
+    /// Starts the camera that `chooseCamera` picks. Does nothing if a camera runs. Returns false without
+    /// models. Later failures are reported to `onProblem`, and then `running` becomes false.
     bool start(const std::string& wantedDevice);
 
-    /// Ends it: nobody is seen any more. Waits for the picture that is being worked on, and 300 ms at most
+    /// Stops the camera; nobody is seen any more. Waits until the current picture is done, and at most 300 ms
     /// for a camera that hangs.
     void stop();
 
-    /// Who is seen now.
+    /// Returns who is seen now.
     [[nodiscard]] Sighting sighting() { return recognition.sighting(); }
 
-    /// Remembers the face that is seen under this name. Returns the sentence for the user.
+    /// Stores the visible face under this name. Returns a sentence for the user.
     std::string learnFace(const std::string& name);
 
-    /// The faces in the picture, the likeliest first. None without models, or when anything fails.
+    /// Returns the faces in the picture, the best score first. Returns none without models or on failure.
     [[nodiscard]] std::vector<Face> detect(const Picture& picture);
 
-    /// Turns one of its faces into an embedding of unit length. False without models, for landmarks that
-    /// aren't a face's, or when anything fails.
+    /// Computes the unit-length embedding of one of the picture's faces. Returns false without models, for
+    /// degenerate landmarks and on failure.
     [[nodiscard]] bool embed(const Picture& picture, const Face& face, std::vector<float>& out);
 
-    std::atomic<bool> running = false;        ///< from `start` until the camera thread ends
-    std::atomic<bool> stopRequested = false;  ///< the camera thread is to end
+    std::atomic<bool> running = false;        ///< true from `start` until the camera thread ends
+    std::atomic<bool> stopRequested = false;  ///< tells the camera thread to end
 
 private:
     void watch();
@@ -76,8 +77,8 @@ private:
     std::unique_ptr<FaceEmbedder> embedder;
     Recognition recognition;
     Camera camera;
-    Darkness darkness;       ///< of this camera; its thread only
-    std::string deviceName;  ///< a part of the wanted camera's; empty: any
+    Darkness darkness;       ///< camera thread only
+    std::string deviceName;  ///< part of the wanted camera's name; empty: any camera
 
     std::mutex lifecycle;      ///< held by `start` and `stop`
     std::thread cameraThread;  ///< guarded by `lifecycle`

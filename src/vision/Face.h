@@ -2,7 +2,7 @@
 
 #include <array>
 
-/// A face in a picture. All places are in its pixels.
+/// A face in a picture. Coordinates are in pixels.
 struct Face {
     float x = 0;  ///< the box's top left corner
     float y = 0;

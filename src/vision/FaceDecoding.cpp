@@ -32,7 +32,7 @@ void decodeFaces(const GridOutputs& grid, float scale, std::vector<Face>& faces)
             const float c = std::clamp(grid.cls[k], 0.0F, 1.0F);
             const float o = std::clamp(grid.obj[k], 0.0F, 1.0F);
             const float score = std::sqrt(c * o);
-            if (!(score >= leastScore)) continue;  // so is what isn't a number
+            if (!(score >= leastScore)) continue;  // also skips NaN
             const auto i = static_cast<float>(row);
             const auto j = static_cast<float>(column);
             const float* const box = &grid.bbox[4 * k];

@@ -11,7 +11,7 @@ namespace {
 
 using Values = std::vector<std::span<const float>>;
 
-/// The side that the network's file asks for, or our own choice when it leaves that open.
+/// Returns the side that the network's file asks for, or 320 when the file leaves it open.
 int32_t sideFrom(const std::vector<int64_t>& shape) {
     constexpr int32_t ownChoice = 320;
     constexpr int64_t largestSide = 4096;
@@ -29,8 +29,8 @@ struct NamedOutputs {
     const std::vector<std::string>& names;
     const Values& values;
 
-    /// Finds one that should have `expected` values. False when there is none of the name; throws when it has
-    /// another size.
+    /// Finds an output that must have `expected` values. Returns false when there is none of this name;
+    /// throws when it has another size.
     [[nodiscard]] bool find(const std::string& name, size_t expected, std::span<const float>& output) const {
         const auto found = std::find(names.begin(), names.end(), name);
         if (found == names.end()) return false;
@@ -40,7 +40,7 @@ struct NamedOutputs {
                                  " values instead of " + std::to_string(expected));
     }
 
-    /// False when one of the grid's is missing.
+    /// Finds the grid's outputs. Returns false when one is missing.
     [[nodiscard]] bool findAll(GridOutputs& grid) const {
         const std::string suffix = "_" + std::to_string(grid.stride);
         const size_t cells = static_cast<size_t>(grid.cells) * static_cast<size_t>(grid.cells);

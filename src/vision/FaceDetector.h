@@ -8,19 +8,19 @@
 #include "vision/Face.h"
 #include "vision/Picture.h"
 
-/// Finds faces with a detector of YuNet's kind.
+/// Finds faces with a YuNet network.
 ///
-/// Threads: one at a time. What goes wrong is thrown, as a `std::exception`; the next picture may go well.
+/// Threads: one at a time. Failures are thrown as `std::exception`; the detector stays usable.
 class FaceDetector {
 public:
-    /// Loads the detector's file.
+    /// Loads the network from the file. Throws when it can't be used.
     explicit FaceDetector(const std::string& path);
 
-    /// The side of the square in which it looks for faces, in pixels.
+    /// Returns the side of the network's square input, in pixels.
     [[nodiscard]] int32_t inputSize() const { return side; }
 
-    /// The faces, the best score first; none in a picture without pixels. Throws also when the network's
-    /// outputs haven't the sizes that they should have.
+    /// Returns the faces, the best score first; none for a picture without pixels. Throws when an output of
+    /// the network has the wrong size.
     [[nodiscard]] std::vector<Face> detect(const Picture& picture);
 
 private:

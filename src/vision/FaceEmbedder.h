@@ -7,16 +7,16 @@
 #include "vision/Face.h"
 #include "vision/Picture.h"
 
-/// Tells whose a face is with an embedder of SFace's kind.
+/// Computes embeddings of faces with an SFace network.
 ///
-/// Threads: one at a time. What goes wrong is thrown, as a `std::exception`; the next face may go well.
+/// Threads: one at a time. Failures are thrown as `std::exception`; the embedder stays usable.
 class FaceEmbedder {
 public:
-    /// Loads the embedder's file.
+    /// Loads the network from the file. Throws when it can't be used.
     explicit FaceEmbedder(const std::string& path);
 
-    /// Sets `out` to the face's embedding, of length 1. False when its landmarks are degenerate or the
-    /// picture has no pixels. Throws also when what the network gives can't be brought to length 1.
+    /// Sets `out` to the face's embedding, of length 1. Returns false when its landmarks are degenerate or
+    /// the picture has no pixels. Throws when the network's output can't be scaled to length 1.
     [[nodiscard]] bool embed(const Picture& picture, const Face& face, std::vector<float>& out);
 
 private:

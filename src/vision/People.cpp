@@ -20,7 +20,7 @@ std::optional<std::vector<float>> embeddingOf(const json& numbers) {
     for (const json& number : numbers) {
         if (!number.is_number()) return std::nullopt;
         const auto value = static_cast<float>(number.get<double>());
-        if (!std::isfinite(value)) return std::nullopt;  // it would be like everything
+        if (!std::isfinite(value)) return std::nullopt;  // an infinite value would match everybody
         embedding.push_back(value);
     }
     return embedding;

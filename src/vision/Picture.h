@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// A picture that somebody else keeps: 4 bytes a pixel in the order blue, green, red, alpha, the top row
-/// first, `stride` bytes from one row to the next. It is only read.
+/// A read-only view of a picture: 4 bytes a pixel in the order blue, green, red, alpha; top row first;
+/// `stride` bytes from one row to the next.
 struct Picture {
     const uint8_t* pixels = nullptr;
     int32_t width = 0;

@@ -24,6 +24,6 @@ bool PictureFile::decode(std::string_view bytes) {
 bool PictureFile::read(const std::string& path) {
     constexpr uint64_t mostBytes = 256 << 20;
     std::string bytes;
-    const uint64_t size = fileSize(path);  // 0 also for what isn't a plain file and may never end
+    const uint64_t size = fileSize(path);  // 0 for devices and pipes, which may never end
     return size > 0 && size <= mostBytes && readWholeFile(path, bytes) && decode(bytes);
 }

@@ -7,7 +7,9 @@
 
 #include "vision/Picture.h"
 
-/// A picture out of a file, as the eyes take it.
+/// A picture read from a file.
+///
+/// Threads: one at a time.
 struct PictureFile {
     int32_t width = 0;
     int32_t height = 0;
@@ -15,10 +17,10 @@ struct PictureFile {
 
     [[nodiscard]] Picture view() const { return {pixels.data(), width, height, width * 4}; }
 
-    /// Decodes the picture in these bytes. False when it can't be decoded or has more than 100 megapixels;
-    /// nothing is changed then.
+    /// Decodes the picture in these bytes. Returns false, and changes nothing, when it can't be decoded or
+    /// has more than 100 megapixels.
     [[nodiscard]] bool decode(std::string_view bytes);
 
-    /// Reads and decodes a file of up to 256 MiB. False when it can't; nothing is changed then.
+    /// Reads and decodes a file of up to 256 MiB. Returns false, and changes nothing, when it can't.
     [[nodiscard]] bool read(const std::string& path);
 };

@@ -11,22 +11,22 @@
 
 namespace {
 
-constexpr float leastSimilarity = 0.363F;   // that gives a face its name
-constexpr float learnSimilarity = 0.55F;    // above it an embedding may be learnt without being told to
-constexpr float leastWidth = 60;            // pixels; what isn't wider says too little
-constexpr uint64_t embedPauseMs = 700;      // between embeddings, once a name is settled
-constexpr int32_t settledCount = 3;         // pictures that agree on it
-constexpr int32_t agreement = 2;            // pictures that make a change of name
+constexpr float leastSimilarity = 0.363F;   // from here on a face gets the name
+constexpr float learnSimilarity = 0.55F;    // above this an embedding may be learnt automatically
+constexpr float leastWidth = 60;            // pixels; faces must be wider to be embedded
+constexpr uint64_t embedPauseMs = 700;      // between two embeddings once the name is settled
+constexpr int32_t settledCount = 3;         // pictures in a row that make a name settled
+constexpr int32_t agreement = 2;            // pictures in a row that change the name
 constexpr uint64_t forgetFaceMs = 3000;     // without a face
 constexpr uint64_t visitEndMs = 20000;      // without a face
-constexpr uint64_t learnPauseMs = 20000;    // between embeddings that are learnt without being told to
+constexpr uint64_t learnPauseMs = 20000;    // between two embeddings that are learnt automatically
 constexpr uint64_t greetPauseMs = 1800000;  // between two greetings of one person
 
 std::string peopleFile() {
     return joinPath(dataFolder(), "people.json");
 }
 
-/// From 0 to 1 across the picture, to -1 to 1.
+/// Converts a place from 0..1 across the picture to -1..1.
 float fromMiddle(float place) {
     return std::clamp((place - 0.5F) * 2, -1.0F, 1.0F);
 }
@@ -91,7 +91,7 @@ void Recognition::savePeople() {
         const std::lock_guard guard(lock);
         bytes = people.toJson();
     }
-    // What couldn't be read isn't written over, so it must be out of the way first.
+    // A file that couldn't be read completely is kept: it is moved aside before the first save.
     if (isFileOdd && !replaceFile(peopleFile(), joinPath(dataFolder(), "people-old.json"))) return;
     isFileOdd = false;
     writeWholeFile(peopleFile(), bytes);
@@ -167,7 +167,7 @@ std::string Recognition::publishedName() {
     return published.name;
 }
 
-/// The name to show when this is the one that the newest picture points at.
+/// Returns the name to show. `name` is the one that the newest picture points at.
 std::string Recognition::agreedName(const std::string& name) {
     agreeCount = name == candidateName ? agreeCount + 1 : 1;
     candidateName = name;
@@ -183,7 +183,8 @@ void Recognition::greet(const std::string& name, uint64_t now) {
     {
         const std::lock_guard guard(lock);
         for (Person& person : people.list) {
-            // Who hasn't been greeted yet is, also within half an hour of the clock's beginning.
+            // 0 means never greeted. Without this check nobody would be greeted in the first half hour of the
+            // clock.
             const bool isLongAgo = person.lastGreetTick == 0 || now - person.lastGreetTick > greetPauseMs;
             if (person.name != name || !isLongAgo || !onGreet) continue;
             person.lastGreetTick = now;
@@ -191,7 +192,7 @@ void Recognition::greet(const std::string& name, uint64_t now) {
         }
     }
     if (!isDue) return;
-    // The camera doesn't wait for what a greeting takes, but for the one of an earlier visit.
+    // The camera thread only waits for the greeting of an earlier visit.
     if (greeting.joinable()) greeting.join();
     greeting = std::thread([greet = onGreet, name] {
         try {

@@ -11,46 +11,46 @@
 #include "vision/People.h"
 #include "vision/Sighting.h"
 
-/// Gives faces their names. A name counts when two pictures in a row agree on it; those who are known are
-/// learnt anew as they change; who comes back is greeted. Time is handed in, in ticks of `tickCount`.
+/// Names faces. A name is shown when two pictures in a row agree on it. Faces of known people are learnt
+/// again as they change, and people who come back are greeted. Times are ticks of `tickCount`.
 ///
-/// Threads: as each operation says; `lock` is held for as long as it takes to compare a face with those that
-/// are known, and never while something is written.
+/// Threads: as each operation says. `lock` is held while a face is compared with the known ones, and never
+/// while a file is written.
 class Recognition {
 public:
-    /// Turns a face into its embedding. False when it can't.
+    /// Computes a face's embedding. Returns false on failure.
     using Embed = std::function<bool(const Face& face, std::vector<float>& out)>;
 
     ~Recognition() { end(); }
 
-    /// Called with the name of someone who is to be greeted, on a thread of its own. Set before the first
-    /// picture; may be empty.
+    /// Called on a thread of its own with the name of a person to greet. May be empty. Must be set before the
+    /// first picture. What it throws ends in the log.
     std::function<void(const std::string& name)> onGreet;
 
     // Any thread.
 
     [[nodiscard]] Sighting sighting();
 
-    /// Remembers the face that is seen under this name. Returns the sentence for the user.
+    /// Stores the visible face under this name. Returns a sentence for the user.
     std::string learnFace(const std::string& name, bool isCameraOn, uint64_t now);
 
-    /// Those who are known: from "people.json" in the data folder, or into it. Nobody is told of a failure. A
-    /// file of which something couldn't be read isn't lost: it is renamed to "people-old.json" before the
-    /// first saving.
+    /// Load the known people from "people.json" in the data folder, and save them there. Failures only go to
+    /// the log. A file that couldn't be read completely is renamed to "people-old.json" before the first
+    /// save.
     void loadPeople();
     void savePeople();
 
     // The camera's thread.
 
-    /// A camera was opened.
+    /// Starts a visit: a camera was opened.
     void begin(uint64_t now);
 
-    /// Makes what it can of the faces in a picture of this size.
+    /// Updates the sighting from the faces in a picture of this size.
     void recognise(const std::vector<Face>& faces, int32_t width, int32_t height, const Embed& embed,
                    uint64_t now);
 
-    /// The camera was closed, and its thread has ended: nobody is looked at any more. The newest face stays
-    /// known. Waits for a greeting that is on its way. Any thread.
+    /// Ends the visit: the camera thread has ended, and nobody is seen any more. The newest face can still be
+    /// learnt later. Waits for a running greeting. Any thread.
     void end();
 
 private:
@@ -63,18 +63,18 @@ private:
 
     std::mutex lock;
     Sighting published;                ///< guarded by `lock`
-    std::vector<float> lastEmbedding;  ///< of the newest face, while it may be learnt; guarded by `lock`
+    std::vector<float> lastEmbedding;  ///< of the newest face that can be learnt; guarded by `lock`
     People people;                     ///< guarded by `lock`
 
-    std::mutex fileLock;     ///< of the people's file; taken before `lock`
-    bool isFileOdd = false;  ///< something in it couldn't be read; guarded by `fileLock`
+    std::mutex fileLock;     ///< guards "people.json"; taken before `lock`
+    bool isFileOdd = false;  ///< it couldn't be read completely; guarded by `fileLock`
 
     // The camera's thread only.
     std::string candidateName;      ///< the last name that the pictures pointed at
-    int32_t agreeCount = 0;         ///< how many in a row
-    bool greetedThisVisit = false;  ///< somebody's name was seen since they came
+    int32_t agreeCount = 0;         ///< number of pictures in a row that pointed at it
+    bool greetedThisVisit = false;  ///< somebody was named in this visit
     uint64_t lastEmbedTick = 0;
-    uint64_t lastLearnTick = 0;  ///< when an embedding was learnt without being told to
+    uint64_t lastLearnTick = 0;  ///< when an embedding was last learnt automatically
     uint64_t lastFaceTick = 0;
     std::thread greeting;
 };

@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <cstdint>
 
-// Reading a picture between its pixels.
+// Bilinear sampling of pictures. Threads: any.
 
-/// The two neighbours along one axis between which a place lies.
+/// The two pixels on both sides of a place, along one axis.
 struct Neighbours {
     int32_t first = 0;
     int32_t second = 0;
-    float share = 0;  ///< the second's, 0 to 1
+    float share = 0;  ///< weight of the second, 0 to 1
 };
 
-/// The neighbours of a place, drawn into `length` pixels (at least 1). What isn't a number is drawn in too.
+/// Returns the neighbours of a place, clamped to `length` pixels (at least 1). NaN is clamped too.
 inline Neighbours neighboursAt(float place, int32_t length) {
     // One pixel has no second neighbour, and beyond some ten thousand the limit is rounded up.
     const float limit = static_cast<float>(length) - 1.001F;
@@ -21,7 +21,7 @@ inline Neighbours neighboursAt(float place, int32_t length) {
     return {first, std::min(first + 1, length - 1), inside - static_cast<float>(first)};
 }
 
-/// Where the four pixels around a place begin, and how they are weighed.
+/// The four pixels around a place, and their weights.
 struct SampleSpot {
     const uint8_t* topLeft;
     const uint8_t* topRight;
@@ -45,6 +45,7 @@ struct SampleSpot {
     }
 };
 
-/// The channel's value, 0 to 255, at a place, drawn into the picture. It must have a pixel.
+/// Returns the channel's value, 0 to 255, at a place, which is clamped to the picture. The picture must have
+/// a pixel.
 float sampleBilinear(const uint8_t* pixels, int32_t width, int32_t height, int32_t stride, float fx, float fy,
                      int32_t channel);

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <string>
 
-/// What the camera sees of people, and whom.
+/// What the camera sees of people.
 struct Sighting {
-    bool present = false;   ///< there is a face in the last picture
-    float nx = 0;           ///< where the largest face's middle is, -1 to 1, to the right in the picture
-    float ny = 0;           ///< and down
-    std::string name;       ///< whose it is; empty when that isn't known, or nobody is there
-    uint64_t seenTick = 0;  ///< of that picture, of `tickCount`; 0 when nobody is there
+    bool present = false;   ///< the last picture shows a face
+    float nx = 0;           ///< middle of the largest face, -1 (left) to 1 (right)
+    float ny = 0;           ///< the same, -1 (top) to 1 (bottom)
+    std::string name;       ///< the person's name; empty when unknown or nobody is there
+    uint64_t seenTick = 0;  ///< `tickCount` of that picture; 0 when nobody is there
 };

@@ -1,95 +1,93 @@
-"""Writes ONNX files: the few messages of the format that small hand-made networks need.
-
-No package is asked for: the one that knows the whole format is far larger than these hundred lines, and is only there
-for the distribution's own Python, which needn't be the first that a developer's shell finds.
-"""
+"""Writes small networks as ONNX files: the few messages of the format that they need. The package that knows the whole
+format is far larger, and not there for every Python."""
 
 import struct
 
 FLOAT, INT8, INT64 = 1, 3, 7
-OPERATOR_SET = 13
 FORMAT = {FLOAT: "f", INT8: "b", INT64: "q"}
 
 
-def _varint(value):
+def varint(value):
     value &= (1 << 64) - 1
     encoded = bytearray()
     while value > 0x7F:
         encoded.append(value & 0x7F | 0x80)
         value >>= 7
-    encoded.append(value)
-    return bytes(encoded)
+    return bytes(encoded) + bytes([value])
 
 
-def _number(field, value):
-    return _varint(field << 3) + _varint(value)
+def message(*fields):
+    """Encodes pairs of a field's number and its value."""
+    encoded = b""
+    for number, value in fields:
+        if isinstance(value, float):
+            encoded += varint(number << 3 | 5) + struct.pack("<f", value)
+        elif isinstance(value, int):
+            encoded += varint(number << 3) + varint(value)
+        else:
+            value = value.encode() if isinstance(value, str) else value
+            encoded += varint(number << 3 | 2) + varint(len(value)) + value
+    return encoded
 
 
-def _bytes(field, value):
-    value = value.encode() if isinstance(value, str) else value
-    return _varint(field << 3 | 2) + _varint(len(value)) + value
+def attribute(name, value):
+    number, kind = {float: (2, 1), int: (3, 2), list: (8, 7)}[type(value)]
+    return message((1, name), *((number, item) for item in (value if kind == 7 else [value])), (20, kind))
 
 
-def _tensor(name, dimensions, kind, values):
-    raw = struct.pack(f"<{len(values)}{FORMAT[kind]}", *values)
-    return b"".join(_number(1, size) for size in dimensions) + _number(2, kind) + _bytes(8, name) + _bytes(9, raw)
+def described(name, kind, shape):
+    sizes = [(1, message((2 if isinstance(size, str) else 1, size))) for size in shape]
+    return message((1, name), (2, message((1, message((1, kind), (2, message(*sizes)))))))
 
 
-def _attribute(name, value):
-    if isinstance(value, float):
-        return _bytes(1, name) + _varint(2 << 3 | 5) + struct.pack("<f", value) + _number(20, 1)
-    if isinstance(value, int):
-        return _bytes(1, name) + _number(3, value) + _number(20, 2)
-    return _bytes(1, name) + b"".join(_number(8, item) for item in value) + _number(20, 7)
+class Tensor:
+    """A tensor of a graph. Any operator of ONNX is a method that gives its output: `tensor.Relu()`. Inputs that are
+    numbers or lists of integers become constants."""
+
+    def __init__(self, graph, name):
+        self.graph, self.name = graph, name
+
+    def __getattr__(self, operator):
+        return lambda *inputs, **attributes: self.graph.add(operator, self, *inputs, **attributes)
+
+    def every(self, axis, step, start=0):
+        """Gives each step-th entry along the axis."""
+        return self.Slice([start], [1 << 40], [axis], [step])
 
 
-def _value(name, kind, shape):
-    dimensions = b"".join(_bytes(1, _bytes(2, size) if isinstance(size, str) else _number(1, size)) for size in shape)
-    return _bytes(1, name) + _bytes(2, _bytes(1, _number(1, kind) + _bytes(2, dimensions)))
+for sign, name in (("add", "Add"), ("sub", "Sub"), ("mul", "Mul"), ("truediv", "Div")):
+    setattr(Tensor, f"__{sign}__", lambda one, other, name=name: one.graph.add(name, one, other))
+    setattr(Tensor, f"__r{sign}__", lambda one, other, name=name: one.graph.add(name, other, one))
 
 
 class Graph:
-    """A network with one input. Each operation gives the name of what it computes."""
+    """A network with one input."""
 
     def __init__(self, shape, kind=FLOAT):
-        self.input = "input"
-        self._shape, self._kind = shape, kind
-        self._nodes, self._constants, self._outputs, self._count = [], [], [], 0
+        self.input = Tensor(self, "input")
+        self.fields = [(2, "velu"), (11, described("input", kind, shape))]
 
-    def _name(self):
-        self._count += 1
-        return f"t{self._count}"
-
-    def constant(self, values, dimensions=None, kind=FLOAT):
-        name = self._name()
-        self._constants.append(_tensor(name, [len(values)] if dimensions is None else dimensions, kind, values))
-        return name
-
-    def number(self, value):
-        return self.constant([value], [])
+    def constant(self, values, shape=None, kind=FLOAT):
+        name = f"t{len(self.fields)}"
+        shape = [len(values)] if shape is None else shape
+        raw = struct.pack(f"<{len(values)}{FORMAT[kind]}", *values)
+        self.fields.append((5, message(*((1, size) for size in shape), (2, kind), (8, name), (9, raw))))
+        return Tensor(self, name)
 
     def add(self, operator, *inputs, **attributes):
-        """One operator with one output; numbers among the inputs become constants."""
-        names = [item if isinstance(item, str) else self.number(item) for item in inputs]
-        name = self._name()
-        self._nodes.append(b"".join(_bytes(1, item) for item in names) + _bytes(2, name) + _bytes(4, operator) +
-                           b"".join(_bytes(5, _attribute(*item)) for item in attributes.items()))
-        return name
-
-    def every(self, tensor, axis, step, start=0):
-        """Each step-th entry along the axis."""
-        bounds = [self.constant([value], kind=INT64) for value in (start, 1 << 40, axis, step)]
-        return self.add("Slice", tensor, *bounds)
+        name = attributes.pop("name", f"t{len(self.fields)}o")
+        kinds = {float: lambda value: self.constant([value], []), int: lambda value: self.constant([value], [], INT64),
+                 list: lambda value: self.constant(value, kind=INT64), Tensor: lambda value: value}
+        names = [(1, kinds[type(value)](value).name) for value in inputs]
+        given = [(5, attribute(*pair)) for pair in attributes.items()]
+        self.fields.append((1, message(*names, (2, name), (4, operator), *given)))
+        return Tensor(self, name)
 
     def output(self, name, tensor, shape, kind=FLOAT):
-        self._nodes.append(_bytes(1, tensor) + _bytes(2, name) + _bytes(4, "Identity"))
-        self._outputs.append(_value(name, kind, shape))
+        self.add("Identity", tensor, name=name)
+        self.fields.append((12, described(name, kind, shape)))
 
     def write(self, path):
-        graph = (b"".join(_bytes(1, node) for node in self._nodes) + _bytes(2, "velu") +
-                 b"".join(_bytes(5, tensor) for tensor in self._constants) +
-                 _bytes(11, _value(self.input, self._kind, self._shape)) +
-                 b"".join(_bytes(12, value) for value in self._outputs))
-        model = _number(1, 7) + _bytes(7, graph) + _bytes(8, _bytes(1, "") + _number(2, OPERATOR_SET))
+        graph = message(*sorted(self.fields, key=lambda field: field[0]))
         with open(path, "wb") as file:
-            file.write(model)
+            file.write(message((1, 7), (7, graph), (8, message((1, ""), (2, 13)))))

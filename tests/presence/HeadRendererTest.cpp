@@ -3,12 +3,12 @@
 #include "presence/HeadRenderer.h"
 
 #include <gtest/gtest.h>
-#include <stb_image.h>
 
 #include <cstdlib>
 #include <memory>
 
 #include "foundation/Files.h"
+#include "foundation/Image.h"
 #include "foundation/Paths.h"
 #include "support/GlbFile.h"
 
@@ -18,37 +18,14 @@ namespace {
 constexpr int width = 101;
 constexpr int height = 119;
 
-struct Pixel {
-    int red = 0, green = 0, blue = 0, alpha = 0;
-};
+using Pixel = std::array<int, 4>;  // red, green, blue, alpha
 
-void expectColor(const Pixel& pixel, const std::array<int, 3>& color, int tolerance,
-                 const std::string& what) {
-    EXPECT_NEAR(pixel.red, color[0], tolerance) << what;
-    EXPECT_NEAR(pixel.green, color[1], tolerance) << what;
-    EXPECT_NEAR(pixel.blue, color[2], tolerance) << what;
+void expectColor(const Pixel& pixel, const Pixel& color, int tolerance, const std::string& what) {
+    for (size_t channel = 0; channel < 3; ++channel)
+        EXPECT_NEAR(pixel[channel], color[channel], tolerance) << what << ", channel " << channel;
 }
 
-class Picture {
-public:
-    explicit Picture(const std::string& path)
-        : pixels(stbi_load(path.c_str(), &width, &height, &channels, 0), stbi_image_free) {}
-
-    [[nodiscard]] Pixel at(int x, int y) const {
-        const uint8_t* pixel = pixels.get() + static_cast<ptrdiff_t>((y * width + x) * channels);
-        return {pixel[0], pixel[1], pixel[2], channels == 4 ? pixel[3] : 255};
-    }
-    [[nodiscard]] Pixel middle() const { return at(width / 2, height / 2); }
-
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-
-private:
-    std::unique_ptr<uint8_t, void (*)(void*)> pixels;
-};
-
-/// A pose that looks straight ahead and carries no glow.
+/// Returns a pose that looks straight ahead and carries no glow.
 HeadPose straight() {
     HeadPose pose;
     pose.eyeGlow = 0;
@@ -56,6 +33,7 @@ HeadPose straight() {
 }
 
 const std::array<float, 4> brown{0.5F, 0.25F, 0.125F, 1};
+const Pixel litBrown{180, 133, 103};
 
 class HeadRendererTest : public testing::Test {
 protected:
@@ -66,115 +44,90 @@ protected:
     }
 
     void load(const GlbFile& file) {
-        renderer.reset();
-        file.write(model);
+        ASSERT_TRUE(writeWholeFile(model, file.bytes()));
         renderer = std::make_unique<HeadRenderer>();
         ASSERT_TRUE(renderer->initialize(*surface, width, height, model));
     }
 
-    void load(const GlbQuad& quad) {
-        GlbFile file;
-        file.addQuad(quad);
-        load(file);
+    /// Draws a picture, whose pixels `at` then reads.
+    void take(const HeadPose& pose, bool withAlpha = false) {
+        std::string bytes;
+        EXPECT_TRUE(renderer->capture(path, pose, withAlpha));
+        EXPECT_TRUE(readWholeFile(path, bytes) && decodeImage(bytes, picture));
+        EXPECT_EQ(bytes[25], withAlpha ? 6 : 2) << "the PNG's kind of pixels";
     }
-
-    Picture take(const HeadPose& pose, bool withAlpha = false) {
-        EXPECT_TRUE(renderer->capture(picture, pose, withAlpha));
-        return Picture(picture);
+    [[nodiscard]] Pixel at(int x, int y) const {
+        const uint8_t* const pixel = &picture.pixels[static_cast<size_t>(y * picture.width + x) * 4];
+        return {pixel[0], pixel[1], pixel[2], pixel[3]};
     }
+    [[nodiscard]] Pixel middle() const { return at(picture.width / 2, picture.height / 2); }
 
-    std::string model = joinPath(dataFolder(), "head.glb");
-    std::string picture = joinPath(dataFolder(), "head.png");
+    const std::string model = joinPath(dataFolder(), "head.glb");
+    const std::string path = joinPath(dataFolder(), "head.png");
+    Image picture;
     std::unique_ptr<HeadSurface> surface;
     std::unique_ptr<HeadRenderer> renderer;
 };
 
 TEST_F(HeadRendererTest, LightsAPointAsTheFormulaSays) {
-    HeadPose dimmed = straight();
-    dimmed.dim = 0.55F;
-    HeadPose nodding = straight();
-    nodding.pitch = -4;
-    HeadPose turned = nodding;
-    turned.yaw = 30;
-    HeadPose glowing = straight();
-    glowing.eyeGlow = 0.25F;
-    glowing.earGlow = 0.1F;
-    HeadPose asleep = dimmed;
-    asleep.eyeTint = 0.05F;
     const std::array<float, 3> ahead{0, 0, 1};
     const struct {
         const char* what;
         const char* material;
         std::array<float, 3> normal;
-        HeadPose pose;
-        std::array<int, 3> color;
+        HeadPose pose;  // pitch, yaw, roll, jaw, eyeGlow, earGlow, eyeTint, dim
+        Pixel color;
     } cases[] = {
-        {"straight ahead", "shell", ahead, straight(), {180, 133, 103}},
+        {"straight ahead", "shell", ahead, straight(), litBrown},
         {"the normal to the right", "shell", {0.6F, 0, 0.8F}, straight(), {150, 113, 93}},
         {"the normal up left, not of length 1", "shell", {-1, 1, 0.2F}, straight(), {194, 157, 143}},
-        {"dimmed", "shell", ahead, dimmed, {138, 101, 79}},
-        {"nodding", "shell", ahead, nodding, {186, 138, 109}},
-        {"turned", "shell", ahead, turned, {162, 121, 97}},
-        {"no glow without its name", "shell", ahead, glowing, {180, 133, 103}},
-        {"eye", "left EyeGlow", ahead, glowing, {180, 177, 163}},
-        {"ear", "earglow", ahead, glowing, {196, 137, 120}},
-        {"sleeping eye", "eyeglow", ahead, asleep, {39, 31, 27}},
+        {"dimmed", "shell", ahead, {.eyeGlow = 0, .dim = 0.55F}, {138, 101, 79}},
+        {"nodding", "shell", ahead, {.pitch = -4}, {186, 138, 109}},
+        {"turned", "shell", ahead, {.pitch = -4, .yaw = 30}, {162, 121, 97}},
+        {"no glow without its name", "shell", ahead, {.eyeGlow = 0.25F, .earGlow = 0.1F}, litBrown},
+        {"eye", "left EyeGlow", ahead, {.eyeGlow = 0.25F, .earGlow = 0.1F}, {180, 177, 163}},
+        {"ear", "earglow", ahead, {.eyeGlow = 0.25F, .earGlow = 0.1F}, {196, 137, 120}},
+        {"sleeping eye", "eyeglow", ahead, {.eyeGlow = 0, .eyeTint = 0.05F, .dim = 0.55F}, {39, 31, 27}},
     };
     for (const auto& row : cases) {
-        GlbQuad quad;
-        quad.material = row.material;
-        quad.baseColor = brown;
-        quad.normal = row.normal;
-        load(quad);
-        expectColor(take(row.pose).middle(), row.color, 1, row.what);
+        load(GlbFile(GlbQuads{{.material = row.material, .baseColor = brown, .normal = row.normal}}));
+        take(row.pose);
+        expectColor(middle(), row.color, 1, row.what);
     }
 }
 
 TEST_F(HeadRendererTest, ATextureIsDecodedFromSrgbAndAMissingOneLeavesTheColour) {
-    GlbFile file;
-    GlbQuad quad;
-    quad.baseColor = brown;
-    quad.image = file.addImage(pngBytes(2, 2, {200, 100, 255, 255}));
-    file.addQuad(quad);
-    load(file);
-    expectColor(take(straight()).middle(), {141, 56, 103}, 1, "texture");
-
-    GlbFile broken;
-    quad.image = broken.addImage("this is no picture");
-    broken.addQuad(quad);
-    load(broken);
-    expectColor(take(straight()).middle(), {180, 133, 103}, 1, "broken texture");
+    for (const auto& [image, color] : {std::pair(pngBytes(2, 2, {200, 100, 255, 255}), Pixel{141, 56, 103}),
+                                       std::pair(std::string("this is no picture"), litBrown)}) {
+        GlbFile file;
+        file.addQuad({.baseColor = brown, .image = file.addImage(image)});
+        load(file);
+        take(straight());
+        expectColor(middle(), color, 1, "texture");
+    }
 }
 
 TEST_F(HeadRendererTest, WhatIsNotHeadIsGreyOrClearAndEdgesAreSoft) {
-    GlbQuad quad;
-    quad.baseColor = brown;
-    load(quad);
-    HeadPose rolled = straight();
-    rolled.roll = 10;
-    const Picture grey = take(rolled);
-    EXPECT_EQ(grey.channels, 3);
-    expectColor(grey.at(0, 0), {90, 90, 90}, 0, "outside");
-
-    const Picture clear = take(rolled, true);
-    EXPECT_EQ(clear.channels, 4);
-    EXPECT_EQ(clear.at(0, 0).alpha, 0);
-    expectColor(clear.at(0, 0), {0, 0, 0}, 0, "clear");
+    load(GlbFile(GlbQuads{{.baseColor = brown}}));
+    const HeadPose rolled{.roll = 10, .eyeGlow = 0};
+    take(rolled);
+    expectColor(at(0, 0), {90, 90, 90}, 0, "outside");
+    const Image grey = picture;
+    take(rolled, true);
+    EXPECT_EQ(at(0, 0), Pixel{});
     // A left edge: from the background over pixels that are partly covered to the inside.
     int soft = 0;
     int half = 0;
     for (int y = height / 2 - 20; y < height / 2 + 20; ++y) {
         for (int x = 1; x < width / 2; ++x) {
-            const Pixel pixel = clear.at(x, y);
-            if (pixel.alpha == 0 || pixel.alpha == 255) continue;
-            const Pixel inside = clear.at(x + 2, y);
-            ASSERT_EQ(inside.alpha, 255);
-            const std::string what = "pixel " + std::to_string(x) + ", " + std::to_string(y);
-            expectColor(pixel, {inside.red, inside.green, inside.blue}, 6, what);
-            const int over = pixel.red * pixel.alpha / 255 + 90 * (255 - pixel.alpha) / 255;
-            EXPECT_NEAR(grey.at(x, y).red, over, 2) << what;
+            const int alpha = at(x, y)[3];
+            if (alpha == 0 || alpha == 255) continue;
+            ASSERT_EQ(at(x + 2, y)[3], 255);
+            expectColor(at(x, y), at(x + 2, y), 6, "edge");
+            const int over = at(x, y)[0] * alpha / 255 + 90 * (255 - alpha) / 255;
+            EXPECT_NEAR(grey.pixels[static_cast<size_t>(y * width + x) * 4], over, 2) << x << ", " << y;
             ++soft;
-            half += std::abs(pixel.alpha - 128) <= 1;
+            half += std::abs(alpha - 128) <= 1;
         }
     }
     EXPECT_GT(soft, 20);
@@ -182,60 +135,41 @@ TEST_F(HeadRendererTest, WhatIsNotHeadIsGreyOrClearAndEdgesAreSoft) {
 }
 
 TEST_F(HeadRendererTest, TheJawTurnsAboutItsOwnHingeAndTheNearerPartHides) {
-    GlbFile file;
-    GlbQuad front;
-    front.baseColor = {0, 0.5F, 0, 1};
-    front.size = 0.2F;
-    front.translation = {0, 0.3, 0.2};
-    GlbQuad back;  // drawn later
-    back.baseColor = {0.5F, 0, 0, 1};
-    GlbQuad jaw;
-    jaw.node = "Jaw";
-    jaw.baseColor = {0, 0, 1, 1};
-    jaw.size = 0.4F;
-    jaw.translation = {0, -0.3, 0.1};  // in front of the back, its hinge across its middle
-    file.addQuad(front);
-    file.addQuad(back);
-    file.addQuad(jaw);
-    load(file);
+    // A small green part in front, a red one that is drawn later, and a blue jaw with its hinge across its
+    // middle.
+    load(GlbFile(
+        GlbQuads{{.baseColor = {0, 0.5F, 0, 1}, .translation = {0, 0.3, 0.2}, .size = 0.2F},
+                 {.baseColor = {0.5F, 0, 0, 1}},
+                 {.node = "Jaw", .baseColor = {0, 0, 1, 1}, .translation = {0, -0.3, 0.1}, .size = 0.4F}}));
     EXPECT_FLOAT_EQ(renderer->scale, 1.2F);  // by the quad of side 1: the jaw doesn't count
-
-    const auto isBlue = [](const Pixel& pixel) { return pixel.blue > pixel.red && pixel.blue > pixel.green; };
-    const auto isGreen = [](const Pixel& pixel) {
-        return pixel.green > pixel.red && pixel.green > pixel.blue;
-    };
-    const auto rows = [&](const Picture& shown, const auto& is) {
+    const auto rows = [this](size_t channel) {
         int count = 0;
-        for (int y = 0; y < height; ++y)
-            count += is(shown.at(width / 2, y));
+        for (int y = 0; y < height; ++y) {
+            const Pixel pixel = at(width / 2, y);
+            count += pixel[channel] > pixel[0] && pixel[channel] > pixel[3 - channel];
+        }
         return count;
     };
-    HeadPose pose = straight();
-    const Picture closed = take(pose);
-    const int closedRows = rows(closed, isBlue);
-    EXPECT_GT(rows(closed, isGreen), 5);
-    EXPECT_GT(closedRows, 20);
-    pose.jaw = 80;  // seen almost from its edge; the half below the hinge has swung forward
-    const int openRows = rows(take(pose), isBlue);
-    EXPECT_GT(openRows, 0);
-    EXPECT_LT(openRows, closedRows / 2);
+    take(straight());
+    EXPECT_GT(rows(1), 5);
+    const int closed = rows(2);
+    EXPECT_GT(closed, 20);
+    take({.jaw = 80, .eyeGlow = 0});  // seen almost from its edge
+    EXPECT_GT(rows(2), 0);
+    EXPECT_LT(rows(2), closed / 2);
 }
 
 TEST_F(HeadRendererTest, FollowsTheSizeAndIgnoresWhatIsNone) {
-    load(GlbQuad{});
+    load(GlbFile(GlbQuads(1)));
     const struct {
         int width, height, takenWidth, takenHeight;
-    } cases[] = {{width, height, width, height},
-                 {0, 50, width, height},
-                 {50, -1, width, height},
-                 {60, 80, 60, 80},
-                 {204, 240, 204, 240}};
+    } cases[] = {{0, 50, width, height}, {50, -1, width, height}, {60, 80, 60, 80}, {204, 240, 204, 240}};
     for (const auto& size : cases) {
         renderer->resize(size.width, size.height);
-        const Picture shown = take(straight());
-        EXPECT_EQ(shown.width, size.takenWidth);
-        EXPECT_EQ(shown.height, size.takenHeight);
-        EXPECT_GT(shown.middle().red, 150);
+        take(straight());
+        EXPECT_EQ(picture.width, size.takenWidth);
+        EXPECT_EQ(picture.height, size.takenHeight);
+        EXPECT_GT(middle()[0], 150);
     }
     EXPECT_FALSE(renderer->capture("/nowhere/at/all.png", straight(), false));
 }
@@ -244,12 +178,10 @@ TEST_F(HeadRendererTest, WithoutAModelOrASizeThereIsNoHead) {
     HeadRenderer none;
     none.render(straight());
     none.resize(10, 10);
-    EXPECT_FALSE(none.capture(picture, straight(), false));
+    EXPECT_FALSE(none.capture(path, straight(), false));
     HeadRenderer lost;
     EXPECT_FALSE(lost.initialize(*surface, width, height, joinPath(dataFolder(), "nothing.glb")));
-    GlbFile file;
-    file.addQuad({});
-    file.write(model);
+    ASSERT_TRUE(writeWholeFile(model, GlbFile(GlbQuads(1)).bytes()));
     HeadRenderer flat;
     EXPECT_FALSE(flat.initialize(*surface, 0, height, model));
 }

@@ -11,16 +11,16 @@
 
 namespace {
 
-/// A companion's voice, with its events pumped when there are any.
+/// A companion's voice. `pump` fetches the events when there are any.
 struct Talker {
-    std::atomic<bool> isToldOf = false;
+    std::atomic<bool> hasEvents = false;
     VoiceOut voice;
 
     bool init() {
-        return voice.init([this] { isToldOf = true; });
+        return voice.init([this] { hasEvents = true; });
     }
     bool pump() {
-        if (!isToldOf.exchange(false)) return false;
+        if (!hasEvents.exchange(false)) return false;
         voice.pumpEvents();
         return true;
     }
@@ -29,15 +29,11 @@ struct Talker {
 TEST(VoiceOut, PicksTheVoiceByItsName) {
     const std::vector<std::string> voices = {"",         "Plain",   "Big Hazel", "Zira Desktop",
                                              "Aria One", "Aria Two"};
-    struct Case {
-        const char* name;
-        std::optional<size_t> pick;
-    };
-    const Case cases[] = {{"Aria", 4}, {"Zira Desktop", 3}, {"la", 1}, {"aria", {}}, {"Jenny", {}}, {"", 2}};
-    for (const Case& item : cases)
-        EXPECT_EQ(pickVoice(voices, item.name), item.pick) << item.name;
+    const std::pair<const char*, std::optional<size_t>> cases[] = {
+        {"Aria", 4}, {"Zira Desktop", 3}, {"la", 1}, {"aria", {}}, {"Jenny", {}}, {"", 2}};
+    for (const auto& [name, pick] : cases)
+        EXPECT_EQ(pickVoice(voices, name), pick) << name;
     EXPECT_EQ(pickVoice({"", "Plain"}, ""), std::nullopt);
-    EXPECT_EQ(pickVoice({}, "Plain"), std::nullopt);
 }
 
 TEST(VoiceOut, CountsWhatIsStillToBeHeard) {
@@ -47,26 +43,18 @@ TEST(VoiceOut, CountsWhatIsStillToBeHeard) {
     VoiceOut& voice = talker.voice;
     EXPECT_FALSE(voice.listVoices().empty());
     voice.chooseVoice("no such voice");
-    voice.speak("*_#``_*");
-    voice.speak("");
-    EXPECT_EQ(voice.pending, 0);
-
-    for (const char* text : {"*One* arm.", "", "...", "## Two_arms."})
+    for (const char* text : {"*_#``_*", "", "*One* arm.", "...", "## Two_arms."})
         voice.speak(text);
     ASSERT_EQ(voice.pending, 3);
     EXPECT_EQ(voice.startedTick, 0U);
-    std::vector<int32_t> counts = {3};
     float widest = 0;
     float widestSince = 0;  // since the first text ended
     ASSERT_TRUE(soon([&] {
         if (!talker.pump()) return false;
-        if (voice.pending != counts.back()) counts.push_back(voice.pending);
         widest = std::max(widest, voice.mouthOpen);
         if (voice.pending < 3) widestSince = std::max(widestSince, voice.mouthOpen);
         return voice.pending == 0;
     }));
-    EXPECT_EQ(counts.back(), 0);
-    EXPECT_GE(counts.size(), 3U);
     EXPECT_GE(widest, 0.5F);
     EXPECT_GT(widestSince, 0);
     EXPECT_EQ(voice.mouthOpen, 0);
@@ -74,7 +62,7 @@ TEST(VoiceOut, CountsWhatIsStillToBeHeard) {
 
     // The events of stopped texts would count the next one down.
     voice.speak("Good morning.");
-    ASSERT_TRUE(soon([&] { return talker.isToldOf.load(); }));
+    ASSERT_TRUE(soon([&] { return talker.hasEvents.load(); }));
     voice.stop();
     EXPECT_EQ(voice.pending, 0);
     voice.speak("Something else.");
@@ -83,31 +71,25 @@ TEST(VoiceOut, CountsWhatIsStillToBeHeard) {
     EXPECT_EQ(voice.mouthOpen, 0);
 }
 
-TEST(VoiceOut, NothingIsLeftToBeHeardWithoutASoundServer) {
+TEST(VoiceOut, NothingIsLeftToBeHeardWithoutASoundServerOrAVoice) {
+    VoiceOut mute;
+    mute.speak("Hello.");
+    mute.chooseVoice("Aria");
+    mute.stop();
+    mute.pumpEvents();
+    EXPECT_EQ(mute.pending, 0);
+    EXPECT_TRUE(mute.listVoices().empty());
+
     SoundServer server;
     server.stop();
     Talker talker;
     ASSERT_TRUE(talker.init());
-    VoiceOut& voice = talker.voice;
-    EXPECT_FALSE(voice.listVoices().empty());
-    for (const char* text : {"Nobody hears this.", "Nor this."}) {
-        voice.speak(text);
-        EXPECT_EQ(voice.pending, 1);
-        EXPECT_TRUE(soon([&] { return talker.pump(), voice.pending == 0; }));
-    }
-    voice.speak("The voice that should say this is replaced.");
+    talker.voice.speak("Nobody hears this.");
+    EXPECT_EQ(talker.voice.pending, 1);
+    EXPECT_TRUE(soon([&] { return talker.pump(), talker.voice.pending == 0; }));
+    talker.voice.speak("The voice that should say this is replaced.");
     ASSERT_TRUE(talker.init());
-    EXPECT_EQ(voice.pending, 0);
-}
-
-TEST(VoiceOut, IsMuteWithoutAVoice) {
-    VoiceOut voice;
-    voice.speak("Hello.");
-    voice.chooseVoice("Aria");
-    voice.stop();
-    voice.pumpEvents();
-    EXPECT_EQ(voice.pending, 0);
-    EXPECT_TRUE(voice.listVoices().empty());
+    EXPECT_EQ(talker.voice.pending, 0);
 }
 
 }  // namespace

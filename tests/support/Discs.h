@@ -6,7 +6,7 @@
 
 #include "vision/Picture.h"
 
-/// A disc: a face to the tiny networks, and its colour is whose.
+/// A disc: a face to the tiny networks. Its colour is the person.
 struct Disc {
     double x = 0;  ///< middle, in pixels from the picture's edges
     double y = 0;
@@ -16,8 +16,8 @@ struct Disc {
     uint8_t blue = 0;
 };
 
-/// Discs on a dark ground: 4 bytes a pixel in the order blue, green, red, alpha, the top row first, no gaps.
-/// A network finds them apart as long as no row or column of pixels passes from one straight into the other.
+/// Discs on a dark ground: blue, green, red, alpha; top row first. A network tells two discs apart unless a
+/// row or column of pixels passes from one straight into the other.
 struct DiscPicture {
     DiscPicture(int32_t width, int32_t height, const std::vector<Disc>& discs);
 
@@ -31,11 +31,10 @@ struct DiscPicture {
     std::vector<uint8_t> pixels;
 };
 
-/// The full path of one of the tiny networks; "discs-320" finds discs and "colours" tells them apart, and
-/// tests/models/make-tiny-models.py has the others.
+/// Returns the path of one of the networks of tests/models/make-tiny-models.py.
 std::string tinyModel(const std::string& name);
 
-/// Puts a detector and an embedder of the tiny networks into the folder, under the names that Velu looks for.
-/// Fails the current test when it can't.
+/// Puts two of the networks into the folder, under the names that Velu looks for. Fails the current test when
+/// it can't.
 void installTinyModels(const std::string& folder, const std::string& detector = "discs-320",
                        const std::string& embedder = "colours");

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// A flat square around its node's origin in the plane z = 0, as two triangles.
+/// A flat square in the plane z = 0, around its node's origin.
 struct GlbQuad {
     std::string node{};
     std::string material{};
@@ -18,33 +17,35 @@ struct GlbQuad {
     int image = -1;  ///< from `addImage`
 };
 
-/// A glTF 2.0 binary file that a test makes. `document` may be changed in any way before it is written.
+using GlbQuads = std::vector<GlbQuad>;
+
+/// A glTF 2.0 binary file. Each `add` returns the index of the new entry in its list.
 struct GlbFile {
     nlohmann::json document = {{"asset", {{"version", "2.0"}}}, {"nodes", nlohmann::json::array()}};
     std::string binary;
 
-    // Each returns the place of what was added in its list.
+    explicit GlbFile(const GlbQuads& quads = {});
+
+    int add(const char* list, nlohmann::json entry);
     int addView(std::string_view bytes);
     int addAccessor(int componentType, const char* type, size_t count, std::string_view bytes);
     int addImage(std::string_view bytes);
-    int addQuad(const GlbQuad& quad);  ///< a node, with a mesh and a material of its own
+    int addQuad(const GlbQuad& quad);
 
-    /// The whole file. Its first buffer becomes the binary part, unless `document` has buffers.
+    /// Puts the value at the place, a JSON pointer.
+    void set(const std::string& place, nlohmann::json value);
+
+    /// Returns the whole file. Its buffer is `binary`, unless `document` has buffers.
     [[nodiscard]] std::string bytes() const;
-
-    /// Fails the current test when it can't.
-    void write(const std::string& path) const;
 };
 
-/// The bytes of the numbers, one after the other.
 template <typename Number>
 std::string bytesOf(const std::vector<Number>& numbers) {
     return {reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(Number)};
 }
 
-/// A whole binary file from its two parts, the first padded as it must be; without `binary` there is one
-/// part.
+/// Returns the binary file with these two parts. An empty `binary` is left out.
 std::string glbBytes(std::string text, std::string_view binary);
 
-/// A PNG file of this size, all of one colour: red, green, blue, alpha.
+/// Returns a PNG file of one colour: red, green, blue, alpha.
 std::string pngBytes(int width, int height, const std::array<uint8_t, 4>& color);
