@@ -7,27 +7,26 @@
 
 #include "foundation/Callbacks.h"
 
-/// What a chat completion brought.
+/// The result of a chat completion.
 struct ChatResult {
     bool ok = false;           ///< the exchange ended well
     std::string error;         ///< why not, when `ok` is false
-    std::string text;          ///< all text in order; as far as it came when `ok` is false
+    std::string text;          ///< all text in order; the received part of it when `ok` is false
     nlohmann::json toolCalls;  ///< when `ok`: array of {"id", "name", "arguments"}, maybe empty
 };
 
-/// The talk to the language-model server on the loopback port. It doesn't start the server and doesn't retry.
-/// Threads: any; each call stands alone.
+/// A client of the language-model server on a loopback port. It neither starts the server nor retries.
+/// Threads: any; the calls are independent.
 class ChatClient {
 public:
     explicit ChatClient(int32_t serverPort) : port(serverPort) {}
 
-    /// Posts one chat completion and reads the streamed answer until the server closes the stream, the flag
-    /// turns true or the transport fails; blocks that long. `onDelta` (may be empty) gets each non-empty
-    /// piece of text on the calling thread, as it comes. `tools` null or empty: none are offered, and
-    /// `toolChoice` isn't sent.
+    /// Posts one chat completion and blocks until the server closes the stream, `cancel` becomes true or the
+    /// connection fails. `onDelta` (may be empty) gets each non-empty piece of text on the calling thread as
+    /// it arrives. If `tools` is null or empty, neither tools nor `toolChoice` are sent.
     ///
-    /// Leaves the request in "last-request.json" and the answer's beginning in "last-response.txt" in the
-    /// data folder, for a person to look at.
+    /// Writes the request to "last-request.json" and the beginning of the answer to "last-response.txt" in
+    /// the data folder, for people to read.
     ChatResult chat(const nlohmann::json& messages, const nlohmann::json& tools, int32_t maxTokens,
                     const std::function<void(const std::string&)>& onDelta, CancelFlag* cancel,
                     const std::string& toolChoice) const;

@@ -1,6 +1,7 @@
 #include "brain/ChatStream.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "foundation/Json.h"
 
@@ -8,9 +9,8 @@ using nlohmann::json;
 
 namespace {
 
-constexpr size_t rawResponseCap = 200000;  // bytes; a long reply costs no more than that
-constexpr size_t mostCalls =
-    64;  // a reply of 400 tokens can't hold more; keeps a wild index from taking memory
+constexpr size_t rawResponseCap = 200000;  // bytes
+constexpr size_t mostCalls = 64;  // more than a reply of 400 tokens holds; a wild index takes no memory
 
 constexpr size_t longestLine = 1 << 20;  // bytes; an event is some hundred
 
@@ -33,7 +33,7 @@ void ChatStream::feed(std::string_view bytes) {
         readLine(lineBuffer);
         lineBuffer.clear();
     }
-    // One byte too many marks a line that is dropped, however long it gets.
+    // A line that is one byte too long is dropped, however long it gets.
     lineBuffer.append(bytes.substr(0, longestLine + 1 - std::min(lineBuffer.size(), longestLine + 1)));
 }
 

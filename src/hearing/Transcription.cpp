@@ -20,7 +20,7 @@ struct FormField {
     const char* value;
 };
 
-// The prompt, which knows how the name is spelled, makes the model hear it; it is the same whatever is said.
+// The prompt shows the model how the name is spelled, so that it recognises it. It never changes.
 constexpr FormField formFields[] = {
     {"response_format", "json"},
     {"temperature", "0.0"},
@@ -28,7 +28,7 @@ constexpr FormField formFields[] = {
     {"prompt", "Velu, what's the weather?"},
 };
 
-// The name, and how the model writes it when it was said carelessly.
+// The name, and how the model writes it when it is pronounced carelessly.
 constexpr std::string_view nameWords[] = {"velu", "velo",   "vellu",  "veli",
                                           "belu", "velu's", "velwie", "vely"};
 
@@ -57,14 +57,14 @@ void appendWav(std::string& bytes, const std::vector<int16_t>& samples) {
         appendNumber(bytes, static_cast<uint16_t>(sample), bytesPerSample);
 }
 
-/// A note on a sound, such as "(wind blowing)". Only both ends are looked at: a sentence that merely has
-/// brackets in it is one.
+/// Returns whether the text only describes a sound, such as "(wind blowing)". A sentence with brackets inside
+/// doesn't count.
 bool isAnnotation(std::string_view text) {
     return (text.front() == '[' && text.back() == ']') || (text.front() == '(' && text.back() == ')') ||
            text.front() == '*';
 }
 
-/// The letters and apostrophes of a word, in lower case.
+/// Returns the letters and apostrophes of a word, in lower case.
 std::string wordIn(std::string_view span) {
     std::string word;
     for (const char c : toLowerAscii(std::string(span))) {

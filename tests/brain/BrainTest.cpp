@@ -1,49 +1,58 @@
 #include "brain/Brain.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <nlohmann/json.hpp>
 #include <thread>
 
+#include "engines/SmallDisk.h"
 #include "foundation/Files.h"
-#include "foundation/HttpClient.h"
 #include "foundation/Paths.h"
-#include "foundation/Ticks.h"
 #include "platform/system.h"
+#include "platform/texts.h"
 #include "support/EngineFolder.h"
-#include "support/LoopbackServer.h"
+#include "support/ReleaseServer.h"
 
 using nlohmann::json;
 
 namespace {
 
-std::vector<ModelInfo> smallModels() {
-    return {{"Smart - zero", "zero.gguf", "/zero.gguf", 1000},
-            {"Fast - one", "one.gguf", "/one.gguf", 1000},
-            {"Smarter - two", "two.gguf", "/two.gguf", 1000}};
-}
+using Lines = std::vector<std::string>;
 
-/// A brain whose engine and models are already on disk.
+const std::string finding = "Finding the latest local-AI engine...";
+const std::string waking = "Waking up my brain...";
+const std::string wakingGpu = "Waking up my brain (GPU)...";
+const std::string stopped = "The AI engine stopped unexpectedly (see llama-server.log).";
+
+/// A brain on an empty data folder, and the hosts that it installs from.
 class BrainTest : public testing::Test {
 protected:
     BrainTest() {
-        for (const ModelInfo& model : brain.catalogue)
-            placeModel(joinPath(modelsFolder(), model.file), model.size);
         brain.port = freePort();
         brain.probeGpu = [] { return false; };
+        brain.downloadPauseMs = 1;
+        releases.serve(releases.listing({"llama-b1-other", "cudart-" + cpuAsset, cpuAsset}),
+                       makeReply(200, llamaArchive("")));
+    }
+
+    void placeModels() const {
+        for (const ModelInfo& model : brain.catalogue)
+            placeModel(joinPath(modelsFolder(), model.file), model.size);
     }
 
     bool start(int32_t row) {
-        return brain.start(
-            row, [this](const std::string& line) { lines.push_back(line); }, &cancel);
+        lines.clear();
+        return brain.start(row, onStatus, &cancel);
     }
 
-    static json commandOf(bool useGpu) {
-        std::string bytes;
-        EXPECT_TRUE(readWholeFile(joinPath(engineFolder(useGpu), "last-command.json"), bytes));
-        return json::parse(bytes, nullptr, false);
+    bool ensureModel(Brain& owner) {
+        lines.clear();
+        return owner.ensureModel(1, onStatus, &cancel);
     }
 
-    json expectedCommand(const char* file, bool reasoningOff) const {
+    json expectedCommand(const std::string& file, const json& reasoning) const {
         json words = {"-m",      joinPath(modelsFolder(), file),
                       "--host",  "127.0.0.1",
                       "--port",  std::to_string(brain.port),
@@ -51,147 +60,210 @@ protected:
                       "-t",      std::to_string(std::max(physicalCoreCount(), 2)),
                       "--jinja", "--no-webui",
                       "-np",     "1"};
-        if (reasoningOff) {
-            words.push_back("--reasoning");
-            words.push_back("off");
-        }
+        words.insert(words.end(), reasoning.begin(), reasoning.end());
         return words;
     }
 
-    using Lines = std::vector<std::string>;
-    Brain brain{Endpoints{"http://127.0.0.1:1", "http://127.0.0.1:1"}, smallModels()};
+    static json command() {
+        return json::parse(contentOf(joinPath(engineFolder(false), "last-command.json")));
+    }
+
+    const std::string cpuAsset = std::string("llama-b1-") + platformTexts.cpuEngineAsset;
+    ReleaseServer releases;
+    Brain brain{Endpoints{releases.server.url(), releases.server.url()},
+                {{"Smart - zero", "zero.gguf", "/zero.gguf", 400000},
+                 {"Fast - one", "one.gguf", "/one.gguf", 400000},
+                 {"Smarter - two", "two.gguf", "/two.gguf", 400000}}};
     Lines lines;
+    std::string cancelAt = "never";  ///< beginning of the status line at which the user quits
+    const StatusFn onStatus = [this](const std::string& line) {
+        // Each progress line only once.
+        const std::string told = line.rfind("Downloading", 0) == 0 ? line.substr(0, line.find("...")) : line;
+        if (lines.empty() || lines.back() != told) lines.push_back(told);
+        if (line.rfind(cancelAt, 0) == 0) cancel = true;
+        lastLine = line;
+    };
+    std::string lastLine;
     std::atomic<bool> cancel = false;
 };
 
-TEST_F(BrainTest, StartsOnceReplacesOnAnotherRowAndStops) {
-    installFakeEngine(dataFolder(), false, R"({"loadMs": 300})");
-    ASSERT_TRUE(start(0));
-    EXPECT_EQ(lines, Lines{"Waking up my brain..."});
-    EXPECT_EQ(commandOf(false), expectedCommand("zero.gguf", false));
-    EXPECT_TRUE(brain.ready);
-    EXPECT_EQ(brain.runningModel, 0);
+TEST_F(BrainTest, ComesUpFromNothingStartsOnceAndReplacesOnAnotherRow) {
+    std::thread worker([this] { EXPECT_TRUE(start(1)); });
+    worker.join();
+    EXPECT_FALSE(brain.process.waitForExit(100)) << "the server outlives the thread that started it";
+    EXPECT_EQ(lines, (Lines{finding, "Downloading engine", "Unpacking engine...", "Downloading brain (Fast )",
+                            waking}));
+    EXPECT_EQ(command(), expectedCommand("one.gguf", {"--reasoning", "off"}));
+    EXPECT_NE(contentOf(joinPath(dataFolder(), "llama-server.log")), "");
+    EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(brain.process.id()) + "/cwd"),
+              engineFolder(false));
+    EXPECT_EQ(brain.runningModel, 1);
+    const auto requests = releases.server.requests();
+    EXPECT_EQ(requests.at(0).path, "/repos/ggml-org/llama.cpp/releases?per_page=8");
+    EXPECT_EQ(requests.at(1).path, "/archive/" + cpuAsset);
+    EXPECT_EQ(requests.at(2).path, "/one.gguf");
+    const ChatResult answer = brain.chatClient().chat({{{"role", "user"}, {"content", "hello"}}}, nullptr,
+                                                      400, {}, &cancel, "auto");
+    EXPECT_NE(answer.text.find("stand-in"), std::string::npos);
+
     const int64_t first = brain.process.id();
-
-    ASSERT_TRUE(start(0));
-    EXPECT_EQ(lines.size(), 1u) << "already there: not a word";
+    ASSERT_TRUE(start(1));
+    EXPECT_EQ(lines, Lines{});
     EXPECT_EQ(brain.process.id(), first);
-
-    ASSERT_TRUE(start(2));
-    EXPECT_EQ(commandOf(false), expectedCommand("two.gguf", true));
+    placeModels();
+    ASSERT_TRUE(start(0));
+    EXPECT_EQ(lines, Lines{waking});
+    EXPECT_EQ(command(), expectedCommand("zero.gguf", json::array()));
     EXPECT_NE(brain.process.id(), first);
-    EXPECT_EQ(brain.runningModel, 2);
-
+    EXPECT_EQ(brain.runningModel, 0);
     brain.stop();
     EXPECT_FALSE(brain.ready);
     EXPECT_EQ(brain.runningModel, -1);
     EXPECT_FALSE(brain.process.isHeld());
-    EXPECT_EQ(HttpClient::send("http://127.0.0.1:" + std::to_string(brain.port) + "/health", {}).status, 0);
     brain.stop();
-}
-
-TEST_F(BrainTest, TheServerOutlivesTheWorkerThatStartedIt) {
-    installFakeEngine(dataFolder(), false, "");
-    std::thread worker([this] { EXPECT_TRUE(start(1)); });
-    worker.join();
-    EXPECT_FALSE(brain.process.waitForExit(300));
+    EXPECT_EQ(releases.server.requests().size(), 3U);
 }
 
 TEST_F(BrainTest, TellsWhyAStartFailed) {
-    installFakeEngine(dataFolder(), false, R"({"exitWhileLoading": 3})");
+    const Reply listed = releases.listing({cpuAsset});
+    const std::tuple<Reply, Reply, Lines> cases[] = {
+        {makeReply(403, "rate limit"), {}, {finding, "Couldn't reach GitHub ()"}},
+        {releases.listing({}), {}, {finding, platformTexts.noEngineBuild}},
+        {listed, cutReply("", 1), {finding, "Engine download failed: read failed"}},
+        {listed,
+         makeReply(200, "no archive"),
+         {finding, "Downloading engine", "Unpacking engine...", "Couldn't unpack the engine."}},
+    };
+    for (const auto& [listing, archive, told] : cases) {
+        releases.serve(listing, archive);
+        EXPECT_FALSE(start(0));
+        EXPECT_EQ(lines, told);
+    }
+    EXPECT_TRUE(isFile(joinPath(engineFolder(false), "engine.zip")));
+
+    placeModels();
+    installFakeEngine(dataFolder(), false, R"({"neverReady": true})");
+    brain.healthTries = 1;
     EXPECT_FALSE(start(0));
-    EXPECT_EQ(lines,
-              (Lines{"Waking up my brain...", "The AI engine stopped unexpectedly (see llama-server.log)."}));
+    EXPECT_EQ(lines, (Lines{waking, "The AI engine took too long to start."}));
+    const int64_t loading = brain.process.id();
+    cancelAt = "Waking";
+    EXPECT_FALSE(start(0));
+    EXPECT_EQ(lines, Lines{waking});
+    EXPECT_TRUE(brain.process.isHeld() && brain.process.id() != loading) << "left loading, the old one ended";
+    cancel = false;
+    cancelAt = "never";
+    brain.healthTries = 600;
+    writeWholeFile(joinPath(engineFolder(false), "script.json"), R"({"exitWhileLoading": 3})");
+    EXPECT_FALSE(start(0));
+    EXPECT_EQ(lines, (Lines{waking, stopped}));
+    EXPECT_FALSE(brain.ready);
     EXPECT_FALSE(brain.process.isHeld());
-    lines.clear();
+    {
+        const LoopbackServer stranger([](const Received&) { return makeReply(200, "ok"); });
+        brain.port = stranger.port;
+        installFakeEngine(dataFolder(), false, "{}");
+        EXPECT_FALSE(start(0));
+        EXPECT_EQ(lines, (Lines{waking, stopped}));
+    }
+    removeFile(joinPath(dataFolder(), "llama-server.log"));
+    createFolder(joinPath(dataFolder(), "llama-server.log"));
+    EXPECT_TRUE(start(0)) << "a server without a log is better than none";
+    brain.stop();
+    removeFile(engineExe(false));
     writeWholeFile(engineExe(false), "not a program");
     EXPECT_FALSE(start(0));
-    EXPECT_EQ(lines, (Lines{"Waking up my brain...", "Couldn't start the local AI engine."}));
+    EXPECT_EQ(lines, (Lines{waking, "Couldn't start the local AI engine."}));
 }
 
-TEST_F(BrainTest, AStrangerOnThePortIsAFailedStart) {
-    const LoopbackServer stranger([](const Received&) { return makeReply(200, "{\"status\":\"ok\"}"); });
-    brain.port = stranger.port;
-    installFakeEngine(dataFolder(), false, "");
-    EXPECT_FALSE(start(0));
-    EXPECT_EQ(lines.back(), "The AI engine stopped unexpectedly (see llama-server.log).");
-    EXPECT_FALSE(brain.ready);
-}
-
-TEST_F(BrainTest, ACancelLeavesTheLoadingServerForTheNextStartToEnd) {
-    installFakeEngine(dataFolder(), false, R"({"neverReady": true})");
-    std::thread canceller([this] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        cancel = true;
-    });
-    EXPECT_FALSE(start(0));
-    canceller.join();
-    EXPECT_EQ(lines, Lines{"Waking up my brain..."});
-    ASSERT_TRUE(brain.process.isHeld());
-    const int64_t leftBehind = brain.process.id();
-
-    cancel = false;
-    installFakeEngine(dataFolder(), false, "{}");
-    ASSERT_TRUE(start(0));
-    EXPECT_NE(brain.process.id(), leftBehind);
-}
-
-TEST_F(BrainTest, FallsBackToTheProcessorForTheRestOfTheRun) {
+TEST_F(BrainTest, TakesTheGpuBuildAndFallsBackToTheProcessors) {
+    placeModels();
     int probes = 0;
     brain.probeGpu = [&] { return ++probes > 0; };
-    installFakeEngine(dataFolder(), true, R"({"exitWhileLoading": 1})");
-    installFakeEngine(dataFolder(), false, "");
     ASSERT_TRUE(start(1));
-    EXPECT_EQ(lines,
-              (Lines{"Waking up my brain (GPU)...",
-                     "The AI engine stopped unexpectedly (see llama-server.log).", "Waking up my brain..."}));
-    EXPECT_EQ(brain.gpuMode, 0);
-    EXPECT_EQ(commandOf(true), expectedCommand("one.gguf", true));
-    std::string log;
-    ASSERT_TRUE(readWholeFile(joinPath(dataFolder(), "velu.log"), log));
-    EXPECT_NE(log.find("gpu: Vulkan engine failed to start, falling back to CPU (see llama-server.log)\n"),
-              std::string::npos);
+    EXPECT_EQ(lines, (Lines{finding, "Downloading engine", "Unpacking engine...", waking}));
+    EXPECT_TRUE(isLogged("gpu: no Vulkan build in recent releases, using CPU engine"));
 
-    lines.clear();
-    ASSERT_TRUE(start(0));
-    EXPECT_EQ(lines, Lines{"Waking up my brain..."});
-    EXPECT_EQ(probes, 1);
-}
-
-TEST_F(BrainTest, GivesUpWhenBothBuildsFailOrTheUserQuits) {
-    brain.probeGpu = [] { return true; };
-    installFakeEngine(dataFolder(), true, R"({"exitWhileLoading": 1})");
-    installFakeEngine(dataFolder(), false, R"({"exitWhileLoading": 1})");
-    EXPECT_FALSE(start(0));
-    EXPECT_EQ(lines.size(), 4u) << "two attempts, no third";
-
-    lines.clear();
     brain.gpuMode = 1;
-    installFakeEngine(dataFolder(), true, R"({"neverReady": true})");
-    EXPECT_FALSE(brain.start(
-        0,
-        [this](const std::string& line) {
-            lines.push_back(line);
-            cancel = true;
-        },
-        &cancel));
-    EXPECT_EQ(lines, Lines{"Waking up my brain (GPU)..."}) << "no fall-back behind a cancel";
-    EXPECT_EQ(brain.gpuMode, 1);
+    releases.serve(releases.listing({std::string("llama-b1-") + platformTexts.gpuEngineAsset}),
+                   makeReply(200, llamaArchive("")));
+    ASSERT_TRUE(start(0));
+    EXPECT_EQ(lines.back(), wakingGpu);
+    EXPECT_TRUE(isFile(joinPath(dataFolder(), "llama-vulkan/llama-server")));
 
-    lines.clear();
-    cancel = false;
-    brain.gpuMode = 0;
-    brain.healthTries = 1;
-    installFakeEngine(dataFolder(), false, R"({"neverReady": true})");
+    installFakeEngine(dataFolder(), true, R"({"exitWhileLoading": 1})");
+    installFakeEngine(dataFolder(), false, "");
+    ASSERT_TRUE(start(2));
+    EXPECT_EQ(lines, (Lines{wakingGpu, stopped, waking}));
+    EXPECT_TRUE(isLogged("gpu: Vulkan engine failed to start, falling back to CPU (see llama-server.log)"));
+    ASSERT_TRUE(start(1));
+    EXPECT_EQ(lines, Lines{waking}) << "for the rest of the process";
+    EXPECT_EQ(probes, 1);
+
+    installFakeEngine(dataFolder(), false, R"({"exitWhileLoading": 1})");
+    brain.gpuMode = 1;
     EXPECT_FALSE(start(0));
-    EXPECT_EQ(lines.back(), "The AI engine took too long to start.");
-    EXPECT_TRUE(brain.process.isHeld()) << "left loading";
+    EXPECT_EQ(lines, (Lines{wakingGpu, stopped, waking, stopped})) << "no third attempt";
+    brain.gpuMode = 1;
+    cancelAt = "Waking";
+    EXPECT_FALSE(start(0));
+    EXPECT_EQ(lines, Lines{wakingGpu}) << "no fall-back after a cancel";
+    EXPECT_EQ(brain.gpuMode, 1);
 }
 
-TEST_F(BrainTest, WithoutAServerLogTheServerRunsAllTheSame) {
-    createFolder(joinPath(dataFolder(), "llama-server.log"));  // a folder can't be opened for writing
-    installFakeEngine(dataFolder(), false, "");
-    EXPECT_TRUE(start(0));
+TEST_F(BrainTest, AModelIsJudgedBySizeAndTriedFourTimes) {
+    const std::string file = joinPath(modelsFolder(), "one.gguf");
+    const std::tuple<uint64_t, uint64_t, size_t, uint64_t> cases[] = {
+        // file, part, requests, file afterwards
+        {380000, 0, 0, 380000}, {379999, 0, 1, 400000}, {0, 399999, 1, 400000},
+        {0, 400000, 0, 400000}, {0, 400001, 0, 400001},
+    };
+    for (const auto& [size, part, requests, after] : cases) {
+        const size_t before = releases.server.requests().size();
+        placeModel(file, size);
+        placeModel(file + ".part", part);
+        EXPECT_TRUE(ensureModel(brain));
+        EXPECT_EQ(releases.server.requests().size() - before, requests) << size << " " << part;
+        EXPECT_EQ(fileSize(file), after);
+    }
+    EXPECT_EQ(lastLine, "Downloading brain (Fast )... 100%  0/0 MB");
+    removeFile(file);
+    cancelAt = "Downloading brain";
+    EXPECT_FALSE(ensureModel(brain));
+    EXPECT_EQ(lines, Lines{"Downloading brain (Fast )"});
+    cancel = false;
+    removeFile(file + ".part");
+    releases.serveModel([](const Received&) { return makeReply(404, "<html>gone</html>"); });
+    const size_t before = releases.server.requests().size();
+    EXPECT_FALSE(ensureModel(brain));
+    EXPECT_EQ(lines, Lines{"Model download failed. Check your connection and try again."});
+    EXPECT_EQ(releases.server.requests().size() - before, 4U);
+    for (const char* attempt : {"0", "3"})
+        EXPECT_TRUE(isLogged("model download attempt " + std::string(attempt) + " failed: status=404 err="));
+}
+
+TEST_F(BrainTest, AModelNeedsItsRoomAnd256MebibytesMore) {
+    const std::string full = "Not enough disk space: the brain needs about 1 GB free on " + modelsFolder() +
+                             " (set VELU_HOME to use another drive).";
+    constexpr uint64_t margin = 256 << 20;
+    Brain large(brain.endpoints, {{}, {"Fast - large", "large.gguf", "/large.gguf", 1 << 20}});
+    large.downloadPauseMs = 1;
+    releases.serveModel([](const Received&) { return makeReply(200, std::string(1 << 20, 'w')); });
+    if (!mountSmallDisk(modelsFolder(), margin + (1 << 20) - 4096))
+        GTEST_SKIP() << "this system lets nobody mount a disk";
+    EXPECT_FALSE(ensureModel(large));
+    EXPECT_EQ(lines, Lines{full});
+    // Room at the start, but none left in the middle: four attempts, and what came is kept.
+    ASSERT_TRUE(mountSmallDisk(modelsFolder(), margin + (1 << 20)));
+    const StatusFn fillTheDisk = [&](const std::string& line) {
+        const OpenFile other = openFile(joinPath(modelsFolder(), "other"), "wb");
+        EXPECT_EQ(posix_fallocate(fileno(other.get()), 0, margin + (1 << 19)), 0);
+        onStatus(line);
+    };
+    EXPECT_FALSE(large.ensureModel(1, fillTheDisk, &cancel));
+    EXPECT_EQ(lines.back(), "Model download failed. Check your connection and try again.");
+    EXPECT_TRUE(isLogged("model download attempt 0 failed: status=200 err=aborted"));
+    EXPECT_GT(fileSize(joinPath(modelsFolder(), "large.gguf.part")), 0U);
 }
 
 }  // namespace

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
-#include <thread>
+#include <nlohmann/json.hpp>
 
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
@@ -16,7 +15,8 @@ using nlohmann::json;
 
 namespace {
 
-const json messages = {{{"role", "user"}, {"content", "caf\xC3\xA9"}}};
+/// With a byte that isn't UTF-8.
+const json messages = {{{"role", "user"}, {"content", "caf\xC3\xA9 \xFF"}}};
 const std::atomic<bool> never = false;
 
 Reply streamReply(const std::string& bytes) {
@@ -25,10 +25,8 @@ Reply streamReply(const std::string& bytes) {
     return reply;
 }
 
-std::string dataFile(const char* name) {
-    std::string bytes;
-    EXPECT_TRUE(readWholeFile(joinPath(dataFolder(), name), bytes));
-    return bytes;
+ChatResult chat(int32_t port) {
+    return ChatClient(port).chat(messages, nullptr, 400, {}, &never, "auto");
 }
 
 TEST(ChatClient, SendsTheFixedRequestAndLeavesBothSidesToLookAt) {
@@ -36,12 +34,12 @@ TEST(ChatClient, SendsTheFixedRequestAndLeavesBothSidesToLookAt) {
     const LoopbackServer server({streamReply(stream), streamReply(stream)});
     const ChatClient client(server.port);
     std::string heard;
-    const ChatResult result = client.chat(
-        messages, json::array(), 400, [&](const std::string& piece) { heard += piece; }, &never, "auto");
+    const auto onDelta = [&](const std::string& piece) { heard += piece; };
+    const ChatResult result = client.chat(messages, json::array(), 400, onDelta, &never, "auto");
     EXPECT_TRUE(result.ok);
     EXPECT_EQ(heard, "Let me look at the clock for you. ");
     EXPECT_EQ(result.text, heard);
-    EXPECT_EQ(result.toolCalls.size(), 1u);
+    EXPECT_EQ(result.toolCalls.size(), 1U);
 
     const json tools = {{{"type", "function"}}};
     EXPECT_TRUE(client.chat(messages, tools, 1, {}, &never, "auto").ok);
@@ -49,67 +47,50 @@ TEST(ChatClient, SendsTheFixedRequestAndLeavesBothSidesToLookAt) {
     EXPECT_EQ(requests.at(0).method, "POST");
     EXPECT_EQ(requests.at(0).path, "/v1/chat/completions");
     EXPECT_EQ(requests.at(0).header("Content-Type"), "application/json");
-    EXPECT_EQ(requests.at(0).body,
-              "{\"cache_prompt\":true,\"max_tokens\":400,\"messages\":[{\"content\":\"caf\xC3\xA9\",\"role\":"
-              "\"user\"}],"
-              "\"model\":\"velu\",\"stream\":true,\"temperature\":0.3,\"top_p\":0.9}");
-    EXPECT_EQ(requests.at(1).body,
-              "{\"cache_prompt\":true,\"max_tokens\":1,\"messages\":[{\"content\":\"caf\xC3\xA9\",\"role\":"
-              "\"user\"}],"
-              "\"model\":\"velu\",\"stream\":true,\"temperature\":0.3,\"tool_choice\":\"auto\",\"tools\":"
-              "[{\"type\":\"function\"}],\"top_p\":0.9}");
-    EXPECT_EQ(dataFile("last-request.json"), requests.at(1).body);
-    EXPECT_EQ(dataFile("last-response.txt"), stream);
+    const auto body = [](const std::string& maxTokens, const std::string& offered) {
+        return R"({"cache_prompt":true,"max_tokens":)" + maxTokens +
+               ",\"messages\":[{\"content\":\"caf\xC3\xA9 \xEF\xBF\xBD\",\"role\":\"user\"}]" +
+               R"(,"model":"velu","stream":true,"temperature":0.3)" + offered + R"(,"top_p":0.9})";
+    };
+    EXPECT_EQ(requests.at(0).body, body("400", ""));
+    EXPECT_EQ(requests.at(1).body, body("1", R"(,"tool_choice":"auto","tools":[{"type":"function"}])"));
+    EXPECT_EQ(contentOf(joinPath(dataFolder(), "last-request.json")), requests.at(1).body);
+    EXPECT_EQ(contentOf(joinPath(dataFolder(), "last-response.txt")), stream);
 }
 
 TEST(ChatClient, FailsWithTheReasonAndKeepsWhatCame) {
     const std::string context = readTestData("chat-error-context.json");
     const LoopbackServer refusing({makeReply(400, context, "application/json")});
-    const ChatResult refused = ChatClient(refusing.port).chat(messages, nullptr, 400, {}, &never, "auto");
+    const ChatResult refused = chat(refusing.port);
     EXPECT_FALSE(refused.ok);
     EXPECT_EQ(refused.error, "HTTP 400");
     EXPECT_TRUE(refused.toolCalls.is_null());
-    EXPECT_EQ(dataFile("last-response.txt"), context);
+    EXPECT_EQ(contentOf(joinPath(dataFolder(), "last-response.txt")), context);
 
-    const ChatResult absent = ChatClient(freePort()).chat(messages, nullptr, 400, {}, &never, "auto");
-    EXPECT_FALSE(absent.ok);
-    EXPECT_EQ(absent.error, "request failed (7)");
-    EXPECT_EQ(dataFile("last-response.txt"), "");
-
+    EXPECT_EQ(chat(freePort()).error, "request failed (7)");
+    EXPECT_EQ(contentOf(joinPath(dataFolder(), "last-response.txt")), "");
     RawConnection headersOnly;
     headersOnly.pieces = {{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"}};
     const RawListener dying({headersOnly});
-    EXPECT_EQ(ChatClient(dying.port).chat(messages, nullptr, 400, {}, &never, "auto").error, "read failed");
+    EXPECT_EQ(chat(dying.port).error, "read failed");
 
-    Reply cutOff = streamReply("data: {\"choices\":[{\"delta\":{\"content\":\"as far\"}}]}\n\ndata: {\"cho");
+    const std::string half = "data: {\"choices\":[{\"delta\":{\"content\":\"half\"}}]}\n\n";
+    Reply cutOff = streamReply(half + "data: {\"cho");
     cutOff.cut = true;
-    const LoopbackServer cutting({cutOff});
-    const ChatResult kept = ChatClient(cutting.port).chat(messages, nullptr, 400, {}, &never, "auto");
+    Reply held = streamReply(half);
+    held.chunks.push_back({"data: [DONE]\n\n", 0, std::make_shared<Gate>()});
+    const LoopbackServer server({cutOff, held});
+    const ChatResult kept = chat(server.port);
     EXPECT_TRUE(kept.ok) << "what came counts as the reply";
-    EXPECT_EQ(kept.text, "as far");
-}
+    EXPECT_EQ(kept.text, "half");
 
-TEST(ChatClient, ACancelInMidStreamKeepsTheTextSoFar) {
-    const auto gate = std::make_shared<Gate>();
-    Reply reply = streamReply("data: {\"choices\":[{\"delta\":{\"content\":\"half\"}}]}\n\n");
-    reply.chunks.push_back({"data: [DONE]\n\n", 0, gate});
-    const LoopbackServer server({reply});
     std::atomic<bool> cancel = false;
-    const ChatResult result =
-        ChatClient(server.port)
-            .chat(
-                messages, nullptr, 400, [&](const std::string&) { cancel = true; }, &cancel, "auto");
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.error, "cancelled");
-    EXPECT_EQ(result.text, "half");
-    EXPECT_TRUE(result.toolCalls.is_null());
-}
-
-TEST(ChatClient, AnyBytesInTheMessagesReachTheServerAsUtf8) {
-    const LoopbackServer server({streamReply("")});
-    const json broken = {{{"role", "user"}, {"content", "bad \xFF byte"}}};
-    EXPECT_TRUE(ChatClient(server.port).chat(broken, nullptr, 400, {}, &never, "auto").ok);
-    EXPECT_NE(server.requests().at(0).body.find("bad \xEF\xBF\xBD byte"), std::string::npos);
+    const auto stop = [&](const std::string&) { cancel = true; };
+    const ChatResult stopped = ChatClient(server.port).chat(messages, nullptr, 400, stop, &cancel, "auto");
+    EXPECT_FALSE(stopped.ok);
+    EXPECT_EQ(stopped.error, "cancelled");
+    EXPECT_EQ(stopped.text, "half");
+    EXPECT_TRUE(stopped.toolCalls.is_null());
 }
 
 }  // namespace

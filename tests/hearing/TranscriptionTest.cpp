@@ -4,7 +4,7 @@
 
 using namespace std::string_literals;
 
-TEST(Transcription, TheSamplesBecomeAWavFile) {
+TEST(Transcription, SamplesBecomeAWavFileInAForm) {
     const std::string wav = buildWav(std::vector<int16_t>(1600, -2));
     ASSERT_EQ(wav.size(), 3244U);
     EXPECT_EQ(
@@ -12,20 +12,12 @@ TEST(Transcription, TheSamplesBecomeAWavFile) {
         "RIFF\xA4\x0C\0\0WAVEfmt \x10\0\0\0\x01\0\x01\0\x80\x3E\0\0\0\x7D\0\0\x02\0\x10\0data\x80\x0C\0\0"s);
     EXPECT_EQ(wav.substr(44, 4), "\xFE\xFF\xFE\xFF");
     EXPECT_EQ(buildWav({}).size(), 44U);
-}
-
-TEST(Transcription, TheFormIsTheOneThatTheServerReads) {
-    const std::string start =
-        "------VeluBoundary7d3fA91\r\nContent-Disposition: form-data; name=\"file\"; "
-        "filename=\"audio.wav\"\r\nContent-Type: audio/wav\r\n\r\n";
-    const auto field = [](const std::string& name, const std::string& value) {
-        return "\r\n------VeluBoundary7d3fA91\r\nContent-Disposition: form-data; name=\"" + name +
-               "\"\r\n\r\n" + value;
-    };
-    EXPECT_EQ(inferenceBody({1, 2}), start + buildWav({1, 2}) + field("response_format", "json") +
-                                         field("temperature", "0.0") + field("no_timestamps", "true") +
-                                         field("prompt", "Velu, what's the weather?") +
-                                         "\r\n------VeluBoundary7d3fA91--\r\n");
+    const std::string part = "------VeluBoundary7d3fA91\r\nContent-Disposition: form-data; name=\"";
+    EXPECT_EQ(inferenceBody({1, 2}),
+              part + "file\"; filename=\"audio.wav\"\r\nContent-Type: audio/wav\r\n\r\n" + buildWav({1, 2}) +
+                  "\r\n" + part + "response_format\"\r\n\r\njson\r\n" + part +
+                  "temperature\"\r\n\r\n0.0\r\n" + part + "no_timestamps\"\r\n\r\ntrue\r\n" + part +
+                  "prompt\"\r\n\r\nVelu, what's the weather?\r\n------VeluBoundary7d3fA91--\r\n");
 }
 
 TEST(Transcription, AnAnswerIsReducedToASentenceOrToNothing) {
@@ -50,31 +42,28 @@ TEST(Transcription, AnAnswerIsReducedToASentenceOrToNothing) {
 }
 
 TEST(Transcription, TheNameIsFoundAmongTheFirstWords) {
-    struct Case {
-        const char* text;
-        bool isForHer;
-        const char* command;
+    const char* const none = "not addressed";
+    const std::pair<const char*, const char*> cases[] = {
+        // transcript, command
+        {"Hey Velu, what's the time?", "what's the time?"},
+        {"velu.", ""},
+        {"Velu", ""},
+        {"OK, velu's timer", "timer"},
+        {"Velu - open the door", "open the door"},
+        {"VELU!Stop", none},  // one word
+        {"  ...Vel-u?! Again, please.", "Again, please."},
+        {"Belu, vely, velo", "vely, velo"},
+        {"one two three four Velwie, yes", "yes"},
+        {"one two three four five velu", none},
+        {"a , . ! b velu Go", "Go"},
+        {"Velus", none},
+        {"V\xC3\xA9lu vellu \xC3\xA9t\xC3\xA9", "\xC3\xA9t\xC3\xA9"},
+        {"", none},
+        {" ,.", none},
     };
-    const Case cases[] = {
-        {"Hey Velu, what's the time?", true, "what's the time?"},
-        {"velu.", true, ""},
-        {"Velu", true, ""},
-        {"OK, velu's timer", true, "timer"},
-        {"Velu - open the door", true, "open the door"},
-        {"VELU!Stop", false, ""},  // no blank, no comma: one word
-        {"  ...Vel-u?! Again, please.", true, "Again, please."},
-        {"Belu, vely, velo", true, "vely, velo"},
-        {"one two three four Velwie, yes", true, "yes"},
-        {"one two three four five velu", false, ""},
-        {"a , . ! b velu Go", true, "Go"},
-        {"Velus", false, ""},
-        {"V\xC3\xA9lu vellu \xC3\xA9t\xC3\xA9", true, "\xC3\xA9t\xC3\xA9"},
-        {"", false, ""},
-        {" ,.", false, ""},
-    };
-    for (const Case& item : cases) {
-        std::string out = "untouched";
-        EXPECT_EQ(extractCommand(item.text, out), item.isForHer) << item.text;
-        EXPECT_EQ(out, item.isForHer ? item.command : "untouched") << item.text;
+    for (const auto& [text, command] : cases) {
+        std::string out = none;
+        EXPECT_EQ(extractCommand(text, out), command != none) << text;
+        EXPECT_EQ(out, command) << text;
     }
 }

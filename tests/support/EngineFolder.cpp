@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -19,37 +20,37 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string contentOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_TRUE(file.good()) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 void install(const fs::path& folder, const char* standIn, const char* name, const std::string& scriptJson) {
     std::error_code error;
     fs::create_directories(folder, error);
-    fs::remove(folder / name, error);  // one that runs can't be written over
-    fs::copy_file(standIn, folder / name, fs::copy_options::overwrite_existing, error);
+    fs::remove(folder / name, error);  // one that runs can't be overwritten
+    fs::copy_file(standIn, folder / name, error);
     EXPECT_FALSE(error) << error.message();
-    if (!scriptJson.empty()) {
-        std::ofstream script(folder / "script.json", std::ios::binary);
-        script << scriptJson;
-        EXPECT_TRUE(script.flush().good());
-    }
+    if (!scriptJson.empty()) std::ofstream(folder / "script.json", std::ios::binary) << scriptJson;
 }
 
-/// The port that a socket could be bound to when it asked for this one (0: any); 0 when it couldn't.
-int32_t boundPort(int32_t port) {
-    int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+std::string pack(const std::string& folder, const char* standIn, const std::string& name,
+                 const std::string& scriptJson) {
+    const TemporaryFolder temporary;
+    const std::string path = temporary.path + "/engine.tar";
+    makeArchive(path, ArchiveKind::plainTar,
+                {{ArchiveEntry::file, folder + "/.old/" + name, "not this one", 0755},
+                 {ArchiveEntry::file, folder + "/" + name, contentOf(standIn), 0755},
+                 {ArchiveEntry::file, folder + "/script.json", scriptJson.empty() ? "{}" : scriptJson, 0644},
+                 {ArchiveEntry::file, folder + "/lib.so.1", "library", 0644},
+                 {ArchiveEntry::symlink, folder + "/lib.so", "lib.so.1", 0777}});
+    return contentOf(path);
+}
+
+bool isFree(int32_t port) {
+    const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(static_cast<uint16_t>(port));
-    socklen_t length = sizeof address;
-    bool isBound = bind(probe, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-                   getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length) == 0;
+    const bool isBound = bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
     close(probe);
-    return isBound ? ntohs(address.sin_port) : 0;
+    return isBound;
 }
 
 }  // namespace
@@ -63,16 +64,12 @@ void installFakeSpeechEngine(const std::string& folder, const std::string& scrip
     install(folder, FAKE_WHISPER_SERVER, "whisper-server", scriptJson);
 }
 
-std::string speechArchive(const std::string& scriptJson) {
-    const TemporaryFolder folder;
-    const std::string path = folder.path + "/engine.tar.gz";
-    makeArchive(path, ArchiveKind::tarGz,
-                {{ArchiveEntry::file, "build/.old/whisper-server", "not this one", 0755},
-                 {ArchiveEntry::file, "build/bin/whisper-server", contentOf(FAKE_WHISPER_SERVER), 0755},
-                 {ArchiveEntry::file, "build/bin/script.json", scriptJson.empty() ? "{}" : scriptJson, 0644},
-                 {ArchiveEntry::file, "build/bin/libwhisper.so.1", "library", 0644},
-                 {ArchiveEntry::symlink, "build/bin/libwhisper.so", "libwhisper.so.1", 0777}});
-    return contentOf(path);
+std::string llamaArchive(const std::string& scriptJson) {
+    return pack("llama-b1", FAKE_LLAMA_SERVER, "llama-server", scriptJson);
+}
+
+std::string whisperArchive(const std::string& scriptJson) {
+    return pack("build/bin", FAKE_WHISPER_SERVER, "whisper-server", scriptJson);
 }
 
 void placeModel(const std::string& path, uint64_t size) {
@@ -84,16 +81,20 @@ void placeModel(const std::string& path, uint64_t size) {
 }
 
 int32_t freePort() {
-    const int32_t port = boundPort(0);
-    EXPECT_NE(port, 0);
-    return port;
-}
-
-int32_t freePortPair() {
     // Below the ports that connections get for their own end: hundreds of those are blocked for a minute.
     std::random_device random;
     for (;;) {
         const int32_t port = 10000 + static_cast<int32_t>(random() % 11000) * 2;
-        if (boundPort(port) != 0 && boundPort(port + 1) != 0) return port;
+        if (isFree(port) && isFree(port + 1)) return port;
     }
+}
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool isLogged(const std::string& line) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing sets the variable any more.
+    return contentOf(std::string(getenv("VELU_HOME")) + "/velu.log").find(line + "\n") != std::string::npos;
 }

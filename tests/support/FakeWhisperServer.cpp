@@ -3,141 +3,152 @@
 // to. No model is involved.
 
 #include <httplib.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
-#include "support/SpeechScript.h"
 #include "support/StandIn.h"
 
 using nlohmann::json;
-using nlohmann::ordered_json;
 
 namespace {
 
-/// The options that Velu uses, and no others; each has a value.
-std::map<std::string, std::string> readOptions(const std::vector<std::string>& arguments) {
-    std::map<std::string, std::string> options = {{"-m", ""}, {"--host", ""}, {"--port", ""},
-                                                  {"-t", ""}, {"-ac", ""},    {"-l", ""}};
-    for (size_t i = 0; i < arguments.size(); i += 2) {
-        const auto option = options.find(arguments[i]);
-        if (option == options.end()) fail("error: unknown argument: " + arguments[i]);
-        if (i + 1 == arguments.size()) fail("error: " + arguments[i] + " without a value");
-        option->second = arguments[i + 1];
-    }
-    for (const auto& [name, value] : options) {
-        if (value.empty()) fail("error: this stand-in needs " + name);
-    }
-    return options;
-}
+using Samples = std::vector<int16_t>;
 
-uint32_t numberAt(const std::string& bytes, size_t position, size_t width) {
+/// How the stand-in behaves. As JSON, where everything may be left out and unknown keys are an error:
+///
+///     {"default": " words", "tones": {"400": " words"}, "delayMs": 0, "status": 200, "body": "raw answer",
+///      "readyAfterMs": 0, "neverReady": false, "exitAtStart": false, "exitAtInference": false}
+struct Script {
+    /// What is heard in a tone of so many hertz, and in anything else.
+    std::map<int32_t, std::string> tones = {{400, " Velu, what time is it?"},
+                                            {1000, " Velu."},
+                                            {1600, " [Music]"},
+                                            {2500, " And then what"},
+                                            {4000, " Velu, tell me a long story please!"}};
+    std::string otherwise;
+    int32_t delayMs;   ///< before each answer
+    int32_t status;    ///< of the answers
+    std::string body;  ///< in place of the answers, unless empty
+    int32_t readyAfterMs;
+    bool neverReady;
+    bool exitAtStart;
+    bool exitAtInference;
+
+    explicit Script(const json& script)
+        : otherwise(
+              script.value("default", " Velu, this is what the stand-in for speech recognition hears.")),
+          delayMs(script.value("delayMs", 0)),
+          status(script.value("status", 200)),
+          body(script.value("body", "")),
+          readyAfterMs(script.value("readyAfterMs", 0)),
+          neverReady(script.value("neverReady", false)),
+          exitAtStart(script.value("exitAtStart", false)),
+          exitAtInference(script.value("exitAtInference", false)) {
+        checkKeys(script, {"default", "tones", "delayMs", "status", "body", "readyAfterMs", "neverReady",
+                           "exitAtStart", "exitAtInference"});
+        for (const auto& [hertz, words] : script.value("tones", json::object()).items())
+            tones[std::stoi(hertz)] = words;
+    }
+};
+
+constexpr size_t headerBytes = 44;
+constexpr size_t window = 4800;  // 0.3 s
+constexpr size_t hop = 800;
+
+uint32_t numberAt(const std::string& bytes, size_t position) {
     uint32_t number = 0;
-    for (size_t i = 0; i < width; ++i)
-        number |= static_cast<uint32_t>(static_cast<uint8_t>(bytes[position + i])) << 8 * i;
+    std::memcpy(&number, bytes.data() + position, sizeof number);
     return number;
 }
 
-/// The samples of a WAV file; nothing unless it is whole, 16 bit, mono, of 16 kHz and not empty.
-std::optional<std::vector<int16_t>> samplesOf(const std::string& wav) {
-    if (wav.size() < 12 || wav.substr(0, 4) != "RIFF" || wav.substr(8, 4) != "WAVE" ||
-        numberAt(wav, 4, 4) + 8 != wav.size())
+/// Returns the samples of a WAV file; nothing unless it is complete, 16 bit, mono, 16 kHz and not empty.
+std::optional<Samples> samplesOf(const std::string& wav) {
+    if (wav.size() < headerBytes + 2 || wav.substr(0, 4) != "RIFF" || wav.substr(8, 8) != "WAVEfmt " ||
+        wav.substr(36, 4) != "data" || numberAt(wav, 4) != wav.size() - 8 || numberAt(wav, 20) != 0x10001 ||
+        numberAt(wav, 24) != 16000 || numberAt(wav, 28) != 32000 || numberAt(wav, 32) != 0x100002 ||
+        numberAt(wav, 40) != wav.size() - headerBytes)
         return std::nullopt;
-    bool isKnown = false;
-    size_t size = 0;
-    for (size_t chunk = 12; chunk + 8 <= wav.size(); chunk += 8 + size + size % 2) {
-        const std::string name = wav.substr(chunk, 4);
-        size = numberAt(wav, chunk + 4, 4);
-        if (size > wav.size() - chunk - 8) return std::nullopt;
-        if (name == "fmt " && size >= 16)
-            isKnown = numberAt(wav, chunk + 8, 4) == 0x10001 && numberAt(wav, chunk + 12, 4) == 16000 &&
-                      numberAt(wav, chunk + 16, 4) == 32000 && numberAt(wav, chunk + 20, 4) == 0x100002;
-        if (name != "data") continue;
-        if (!isKnown || size < 2) return std::nullopt;
-        std::vector<int16_t> samples(size / 2);
-        std::memcpy(samples.data(), wav.data() + chunk + 8, samples.size() * 2);
-        return samples;
+    Samples samples((wav.size() - headerBytes) / 2);
+    std::memcpy(samples.data(), wav.data() + headerBytes, samples.size() * 2);
+    return samples;
+}
+
+/// Returns a tone's share of the energy of a window, 0 to 1.
+double shareOf(int32_t hertz, const int16_t* samples) {
+    const double step = 2 * std::cos(2 * M_PI * hertz / 16000);
+    double last = 0;
+    double beforeLast = 0;
+    double energy = 1;  // digital silence has no tone in it
+    for (size_t i = 0; i < window; ++i) {
+        const double now = samples[i] + step * last - beforeLast;
+        beforeLast = last;
+        last = now;
+        energy += static_cast<double>(samples[i]) * samples[i];
     }
-    return std::nullopt;
+    const double power = last * last + beforeLast * beforeLast - step * last * beforeLast;
+    return power * 2 / (static_cast<double>(window) * energy);
 }
 
-double levelOf(const std::vector<int16_t>& samples) {
-    double energy = 0;
-    for (const int16_t sample : samples)
-        energy += static_cast<double>(sample) * sample;
-    return std::sqrt(energy / static_cast<double>(samples.size()));
-}
-
-/// The whole server; constant once it runs.
-struct Engine {
-    SpeechScript script;
-    std::filesystem::path folder;  ///< that of the executable
-    std::mutex slot;               ///< held for each transcription: the real one does one at a time
-};
-
-void record(const Engine& engine, const httplib::MultipartFormDataMap& form,
-            const std::vector<int16_t>& samples) {
-    json fields = json::object();
-    for (const auto& [name, part] : form) {
-        if (part.filename.empty()) fields[name] = part.content;
+/// Returns what is heard: the text of the first known tone that lasts 0.3 s.
+std::string textFor(const Script& script, const Samples& samples) {
+    for (size_t start = 0; start + window <= samples.size(); start += hop) {
+        for (const auto& [hertz, text] : script.tones) {
+            if (shareOf(hertz, samples.data() + start) >= 0.5) return text;
+        }
     }
-    std::ofstream(engine.folder / "requests.jsonl", std::ios::binary | std::ios::app)
-        << json({{"fields", fields},
-                 {"seconds", static_cast<double>(samples.size()) / 16000},
-                 {"rms", levelOf(samples)}})
-                   .dump(-1, ' ', false, json::error_handler_t::replace) +
-               "\n";
+    return script.otherwise;
 }
 
-void answer(Engine& engine, const httplib::Request& request, httplib::Response& response) {
-    const std::lock_guard lock(engine.slot);
+void answer(const StandIn& standIn, const Script& script, const httplib::Request& request,
+            httplib::Response& response) {
+    static std::mutex slot;  // the real one does one transcription at a time
+    const std::lock_guard lock(slot);
     const auto samples =
         request.has_file("file") ? samplesOf(request.get_file_value("file").content) : std::nullopt;
     if (!samples) {
         response.status = 400;
         return response.set_content("Invalid request", "text/plain");
     }
-    record(engine, request.files, *samples);
-    if (engine.script.exitAtInference) std::_Exit(1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(engine.script.delayMs));
-    response.status = engine.script.status;
-    const ordered_json text = {{"text", engine.script.textFor(*samples) + "\n"}};
-    response.set_content(engine.script.body.value_or(text.dump()), "application/json");
+    json fields = json::object();
+    for (const auto& [name, part] : request.files) {
+        if (part.filename.empty()) fields[name] = part.content;
+    }
+    standIn.record({{"fields", fields}, {"seconds", static_cast<double>(samples->size()) / 16000}});
+    if (script.exitAtInference) std::_Exit(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(script.delayMs));
+    response.status = script.status;
+    const json heard = {{"text", textFor(script, *samples) + "\n"}};
+    response.set_content(script.body.empty() ? heard.dump() : script.body, "application/json");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> arguments(argv + 1, argv + argc);
-    Engine engine;
-    engine.folder = recordCommand(arguments);
-    auto options = readOptions(arguments);
-    readScript(engine.folder, engine.script);
-    if (!std::filesystem::is_regular_file(options["-m"])) fail("error: failed to initialize whisper context");
-    if (engine.script.exitAtStart) fail("stand-in: ending at once, as the script says");
-    // Like the real one it isn't on its port before the model is loaded.
-    while (engine.script.neverReady)
-        pause();
-    std::this_thread::sleep_for(std::chrono::milliseconds(engine.script.readyAfterMs));
+    StandIn standIn(argc, argv, {"-m", "--host", "--port", "-t", "-ac", "-l"});
+    const auto script = readScript<Script>(standIn);
+    if (script.exitAtStart) fail("stand-in: ending at once, as the script says");
+    // Like the real one it doesn't listen before the model is loaded.
+    while (script.neverReady)
+        std::this_thread::sleep_for(std::chrono::hours(1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(script.readyAfterMs));
 
-    httplib::Server server;  // which shares a taken port without a word, as the real one does
-    server.set_default_headers({{"Server", "whisper.cpp"}});
+    httplib::Server server;  // which shares a taken port silently, as the real one does
     server.Get("/", [](const httplib::Request&, httplib::Response& response) {
-        response.set_content("<html>a stand-in for whisper-server, without a speech model</html>",
-                             "text/html");
+        response.set_content("a stand-in for whisper-server, without a speech model", "text/plain");
     });
-    server.Post("/inference", [&engine](const httplib::Request& request, httplib::Response& response) {
-        answer(engine, request, response);
+    server.Post("/inference", [&](const httplib::Request& request, httplib::Response& response) {
+        answer(standIn, script, request, response);
     });
-    const int port = std::atoi(options["--port"].c_str());
-    std::fprintf(stderr, "stand-in for whisper-server, without a speech model, on http://%s:%d\n",
-                 options["--host"].c_str(), port);
-    server.listen(options["--host"], port);
+    std::fprintf(stderr, "stand-in for whisper-server, without a speech model\n");
+    server.listen(standIn.options["--host"], std::atoi(standIn.options["--port"].c_str()));
     fail("error: couldn't bind to the port");
 }

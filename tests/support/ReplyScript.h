@@ -1,59 +1,50 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
-/// A tool call of a scripted reply.
-struct ScriptedCall {
-    std::string name;
-    std::string arguments;  ///< as the stream brings it
-};
-
-/// One thing that the stand-in engine says.
+/// One reply of the stand-in engine, and when it is given.
 struct ScriptedReply {
-    std::string text;
-    std::vector<ScriptedCall> calls;
-    int32_t pieceMs = 0;                    ///< pause before each piece of the stream
-    int32_t status = 200;                   ///< any other answers with an error, whose message is `text`
-    std::optional<int32_t> cutAfterPieces;  ///< close the connection after so many
-    std::optional<int32_t> dieAfterPieces;  ///< end the process at once after so many
-};
+    struct Call {
+        std::string name;
+        std::string arguments;  ///< as the stream sends them
+    };
 
-/// When a reply is due, and the reply.
-struct ReplyRule {
-    std::string when;  ///< part of the newest message's content
-    std::string role;  ///< that message's role; empty: any
-    ScriptedReply reply;
+    std::string when = {};  ///< part of the newest message's content
+    std::string role = {};  ///< that message's role; empty: any
+    std::string text = {};
+    std::vector<Call> calls = {};
+    int32_t pieceMs = 0;  ///< pause before each piece of the stream
+
+    explicit ScriptedReply(const nlohmann::json& object = nlohmann::json::object());
+
+    /// Returns the events of the stream up to the last piece: about five bytes of text or arguments each,
+    /// which count as one token, and at most "max_tokens" of `request`.
+    std::vector<std::string> pieces(const nlohmann::json& request) const;
+
+    /// Returns the events after the pieces.
+    std::string ending() const;
 };
 
 /// How the stand-in engine behaves. As JSON:
 ///
-///     {"loadMs": 0, "exitWhileLoading": null, "neverReady": false,
-///      "replies": [{"when": "...", "role": "user", "text": "...", "calls": [{"name": "...", "arguments":
-///      {...}}],
-///                   "pieceMs": 0, "status": 200, "cutAfterPieces": null, "dieAfterPieces": null}],
+///     {"loadMs": 0, "exitWhileLoading": 0, "neverReady": false,
+///      "replies": [{"when": "...", "role": "user", "text": "...", "pieceMs": 0,
+///                   "calls": [{"name": "...", "arguments": {...}}]}],
 ///      "default": {"text": "..."}}
 ///
-/// Everything may be left out. Arguments that are a string go out as they are, be they JSON or not.
+/// Every key may be left out; unknown ones are an error. Arguments that are a string are sent unchanged,
+/// valid JSON or not.
 struct ReplyScript {
-    int32_t loadMs = 0;  ///< until the model counts as loaded
-    std::optional<int32_t>
-        exitWhileLoading;            ///< exit code with which the process ends in place of being loaded
-    bool neverReady = false;         ///< the model is never loaded
-    std::vector<ReplyRule> replies;  ///< the first that fits is said
-    std::optional<ScriptedReply> otherwise;  ///< said when none fits; nothing: a demo reply
+    int32_t loadMs = 0;            ///< until the model counts as loaded
+    int32_t exitWhileLoading = 0;  ///< exit code of a process that ends instead of loading; 0: it doesn't
+    bool neverReady = false;       ///< the model is never loaded
+    std::vector<ScriptedReply> replies;  ///< the first that fits is given; the default fits always
 
-    /// Reads a script. False, with the reason in `error`, when it isn't one; keys that mean nothing count as
-    /// wrong.
-    [[nodiscard]] bool read(const std::string& json, std::string& error);
+    explicit ReplyScript(const nlohmann::json& script);
 
-    /// The reply to this chat request, which has an array "messages".
+    /// Returns the reply to this chat request, which has an array "messages"; a demo reply if none fits.
     ScriptedReply replyTo(const nlohmann::json& request) const;
 };
-
-/// What is said without a script. Every reply tells that no language model has written it.
-ScriptedReply demoReplyTo(const nlohmann::json& request);

@@ -1,42 +1,40 @@
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
-#include <system_error>
-#include <vector>
 
-// What the stand-in engines have in common.
+/// Prints the reason and ends the program, as the real engines do when their command line or model is bad.
+[[noreturn]] void fail(const std::string& reason);
 
-/// Ends the program, as the real ones do when their command line or model is no good.
-[[noreturn]] inline void fail(const std::string& reason) {
-    std::fprintf(stderr, "%s\n", reason.c_str());
-    std::_Exit(1);
-}
+/// Throws an exception unless `object` is a JSON object with no other keys than these.
+void checkKeys(const nlohmann::json& object, const std::set<std::string>& known);
 
-inline std::string readFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+/// What the stand-in engines have in common. Beside the program it leaves
+/// - "last-command.json": the arguments of the last start as an array, without the program's own name;
+/// - "requests.jsonl": the requests, one per line.
+struct StandIn {
+    std::filesystem::path folder;                ///< of the program
+    std::map<std::string, std::string> options;  ///< by name, as given
 
-/// Leaves the arguments in "last-command.json" beside the executable, and gives its folder.
-inline std::filesystem::path recordCommand(const std::vector<std::string>& arguments) {
-    std::error_code code;
-    std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe", code).parent_path();
-    std::ofstream(folder / "last-command.json") << nlohmann::json(arguments).dump();
-    return folder;
-}
+    /// Reads the command line: `known` options have a value, `flags` have none, and others end the program.
+    StandIn(int argc, char** argv, const std::set<std::string>& known,
+            const std::set<std::string>& flags = {});
 
-/// Has a script read itself from "script.json" in the folder, if there is one.
+    /// Returns "script.json" beside the program, or an empty object.
+    nlohmann::json script() const;
+
+    void record(const nlohmann::json& request) const;
+};
+
+/// Reads a `Script` from the stand-in's script file; ends the program if the file is bad.
 template <typename Script>
-void readScript(const std::filesystem::path& folder, Script& script) {
-    std::string error;
-    std::error_code code;
-    if (std::filesystem::exists(folder / "script.json", code) &&
-        !script.read(readFile(folder / "script.json"), error))
-        fail("script.json: " + error);
+Script readScript(const StandIn& standIn) {
+    try {
+        return Script(standIn.script());
+    } catch (const std::exception& error) {
+        fail(std::string("script.json: ") + error.what());
+    }
 }
