@@ -50,11 +50,11 @@ std::optional<double> timeToFirstFrame(const XDesktop& desktop, std::unique_ptr<
 
 /// Returns the main loop's share of a core, in percent, with a renderer that draws nothing.
 double percentWithoutDrawing() {
-    Companion companion;
+    Companion companion(Settings::instance());
     openUndrawn(companion);
     std::jthread end([&companion] {
         std::this_thread::sleep_for(watchedWithoutDrawing);
-        companion.messages.post({MessageId::WM_DESTROY});
+        companion.messages.post(Destroy{});
     });
     return percentOfCore([] { return processorSeconds(getpid()); }, [&] { (void)companion.mainLoop(); });
 }

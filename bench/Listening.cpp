@@ -118,9 +118,9 @@ void measureListening(const std::vector<int16_t>& said) {
     speechEngine.port = engine.port;
     speechEngine.ready = true;
     MessageQueue messages;
+    Transcriptions transcriptions(speechEngine, messages);
     Ears ears;
-    Transcriptions transcriptions(ears, speechEngine, messages);
-    transcriptions.listen();
+    transcriptions.listen(ears);
     if (!ears.loadWakeModel(wakeModelFolder())) throw std::runtime_error("there is no wake model");
     std::atomic<int64_t> lastLoud = 0;
     ears.onAudio = [&](const int16_t* samples, size_t count) {

@@ -163,7 +163,7 @@ int measure(const TemporaryFolder& folder) {
     Endpoints nowhere;
     nowhere.releases = nowhere.models = "http://127.0.0.1:1";
     Settings::instance().micOn = false;
-    Companion companion(nowhere);
+    Companion companion(Settings::instance(), nowhere);
     companion.brain.probeGpu = [] { return false; };
     if (!startCompanion(companion)) return 1;
     // The reply server takes the engine's place.

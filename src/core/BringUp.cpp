@@ -1,115 +1,113 @@
 #include "core/BringUp.h"
 
-#include <exception>
+#include <utility>
 
-#include "foundation/Log.h"
-#include "foundation/Settings.h"
 #include "foundation/Ticks.h"
 
 void BringUp::startBrainWorker() {
     brainReady = false;
     brainStarting = true;
     startNumber = nextNumber();
-    const int32_t modelIndex = Settings::instance().modelIndex;
-    brainWorker.start([this, number = startNumber, modelIndex](CancelFlag* cancel) {
-        try {
-            workBrain(number, modelIndex, cancel);
-        } catch (const std::exception& error) {
-            logLine("brain worker ended by an unexpected error: %s", error.what());
-            messages.post({MessageId::WM_APP_BRAIN_READY, 0, {}, {}, number});
-        }
-    });
+    brainWorker.start([this, number = startNumber, modelIndex = choices().modelIndex](
+                          CancelFlag* cancel) { workBrain(number, modelIndex, cancel); },
+                      [this, number = startNumber] {
+                          messages.post(BrainReady{number, false});
+                      });
 }
 
 void BringUp::workBrain(uint64_t start, int32_t modelIndex, CancelFlag* cancel) {
-    // To the end: a question that comes meanwhile waits until the server has read what all turns begin with.
+    // Held to the end: a question that comes meanwhile waits until the server has read what all turns begin
+    // with.
     const std::unique_lock<std::mutex> lock = lockUnlessCancelled(brainMutex, cancel);
     if (!lock) return;
     const bool isReady = brain.start(modelIndex, statusOf(start), cancel);
     if (*cancel) return;
-    messages.post({MessageId::WM_APP_BRAIN_READY, isReady ? 1U : 0U, {}, {}, start});
+    messages.post(BrainReady{start, isReady});
     if (isReady) assistant.warmUp(cancel);
 }
 
 bool BringUp::ensureBrain(uint64_t turn, CancelFlag* cancel) {
     const std::unique_lock<std::mutex> lock = lockUnlessCancelled(brainMutex, cancel);
     if (!lock) return false;
-    const bool isReady = brain.ready || brain.start(Settings::instance().modelIndex, statusOf(turn), cancel);
-    messages.post({MessageId::WM_APP_BRAIN_READY, isReady ? 1U : 0U, {}, {}, turn});
+    const bool isReady = brain.ready || brain.start(choices().modelIndex, statusOf(turn), cancel);
+    messages.post(BrainReady{turn, isReady});
     return isReady;
 }
 
-bool BringUp::noteBrainReady(const Message& message) {
-    const bool isReady = message.parameter == 1;
-    // That the engine answers is true whoever has started it, unless another model is being loaded by now.
-    if (message.source < startNumber && !(isReady && !brainStarting)) return false;
+bool BringUp::noteBrainReady(const BrainReady& message) {
+    // A ready engine is ready whoever started it, unless another model is being loaded by now.
+    if (message.source < startNumber && !(message.isReady && !brainStarting)) return false;
     if (message.source == startNumber) brainStarting = false;
-    brainReady = isReady;
+    brainReady = message.isReady;
     return true;
 }
 
 void BringUp::startEarsWorker() {
-    const Settings& settings = Settings::instance();
-    if (!settings.micOn || ears.running) return;
-    ears.setDevice(settings.micDevice.get());
-    // Before the engine is there the ears haven't been started: the worker that is at it takes the new
-    // device.
+    const BringUpChoices wanted = choices();
+    if (!wanted.micOn || ears.running) return;
+    ears.setDevice(wanted.micDevice);
+    // As long as there is no speech engine the running worker hasn't started the ears, so it will start them
+    // with the new device.
     if (earsStarting && !speech.ready) return;
     earsStarting = true;
     earsFailed = false;
     earsNumber = nextNumber();
-    earsWorker.start([this, number = earsNumber](CancelFlag* cancel) {
-        earsStarting = true;  // the end of the one before it has cleared it
-        try {
+    earsWorker.start(
+        [this, number = earsNumber](CancelFlag* cancel) {
+            earsStarting = true;  // the worker before may have cleared it when it ended
             workEars(number, cancel);
-        } catch (const std::exception& error) {
-            logLine("ears worker ended by an unexpected error: %s", error.what());
+            earsStarting = false;
+        },
+        [this] {
             earsFailed = true;
-        }
-        earsStarting = false;
-    });
+            earsStarting = false;
+        });
 }
 
 void BringUp::workEars(uint64_t start, CancelFlag* cancel) {
-    const auto tell = [this, start](const std::string& line) {
-        messages.post({MessageId::WM_APP_EARS_STATUS, 0, line, {}, start});
+    const auto tellProgress = [this, start](const std::string& line) {
+        messages.post(EarsProgress{start, line});
     };
-    if (!speech.ready && !speech.start(tell, tell, cancel)) {
+    const auto tellProblem = [this, start](const std::string& sentence) {
+        messages.post(EarsProblem{start, sentence});
+    };
+    if (!speech.ready && !speech.start(tellProgress, tellProblem, cancel)) {
         if (*cancel) return;
         earsFailed = true;
-        tell(
+        tellProblem(
             "I couldn't set up my ears (speech recognition). Check your internet connection, then "
             "right-click me and choose \"Retry download\".");
         return;
     }
     if (!wakeModelLoaded) {
         if (!ears.loadWakeModel(wakeModel)) {
-            tell("I couldn't load my wake-word model.");
+            tellProblem("I couldn't load my wake-word model.");
             return;
         }
         wakeModelLoaded = true;
     }
     const std::lock_guard guard(earsMutex);
     if (*cancel) return;
-    // The good news goes first, so that it doesn't cover what the microphone has to complain of.
-    tell("");
+    // Before the start, so that it doesn't close the bubble over what the microphone complains of.
+    messages.post(EarsReady{start});
     (void)ears.start();
 }
 
 void BringUp::stopEars() {
     earsWorker.cancel();
     earsStarting = false;
-    earsNumber = nextNumber();  // what the worker still has to say is of no interest
+    earsNumber = nextNumber();  // drops what the worker still has to say
     const std::lock_guard guard(earsMutex);
     ears.stop();
 }
 
 void BringUp::restartEars() {
-    if (!Settings::instance().micOn) {
+    const BringUpChoices wanted = choices();
+    if (!wanted.micOn) {
         stopEars();
         return;
     }
-    ears.setDevice(Settings::instance().micDevice.get());
+    ears.setDevice(wanted.micDevice);
     {
         const std::lock_guard guard(earsMutex);
         ears.stop();
@@ -118,21 +116,15 @@ void BringUp::restartEars() {
 }
 
 void BringUp::startEyesWorker() {
-    if (!Settings::instance().camOn || eyes.running) return;
+    if (!choices().camOn || eyes.running) return;
     eyesNumber = nextNumber();
-    eyesWorker.start([this, number = eyesNumber](CancelFlag* cancel) {
-        try {
-            workEyes(number, cancel);
-        } catch (const std::exception& error) {
-            logLine("eyes worker ended by an unexpected error: %s", error.what());
-        }
-    });
+    eyesWorker.start([this, number = eyesNumber](CancelFlag* cancel) { workEyes(number, cancel); }, [] {});
 }
 
 void BringUp::workEyes(uint64_t start, CancelFlag* cancel) {
-    // The eyes keep what tells of them longer than this may last.
-    const auto tell = [&queue = messages, start](const std::string& line) {
-        queue.post({MessageId::WM_APP_EARS_STATUS, 0, line, {}, start});
+    // Without `this`: the eyes may call it as long as they live, which is longer than this object.
+    const auto tell = [&queue = messages, start](const std::string& sentence) {
+        queue.post(EarsProblem{start, sentence});
     };
     if (!eyesLoaded) {
         if (!eyes.loadModels(faceModels)) {
@@ -144,21 +136,17 @@ void BringUp::workEyes(uint64_t start, CancelFlag* cancel) {
     const std::lock_guard guard(eyesMutex);
     if (*cancel) return;
     eyes.onProblem = tell;
-    eyes.onGreet = [&queue = messages, start](const std::string& name) {
-        queue.post({MessageId::WM_APP_GREET, 0, name, {}, start});
-    };
+    eyes.onGreet = [&queue = messages, start](const std::string& name) { queue.post(Greet{start, name}); };
     (void)eyes.start("");
 }
 
 void BringUp::stopEyes() {
     eyesWorker.cancel();
-    eyesNumber = nextNumber();  // what the camera still has to say is of no interest
+    eyesNumber = nextNumber();  // drops what the camera still has to say
     const std::lock_guard guard(eyesMutex);
     eyes.stop();
 }
 
 StatusFn BringUp::statusOf(uint64_t source) {
-    return [this, source](const std::string& line) {
-        messages.post({MessageId::WM_APP_BRAIN_STATUS, 0, line, {}, source});
-    };
+    return [this, source](const std::string& line) { messages.post(BrainStatus{source, line}); };
 }

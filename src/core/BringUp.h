@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -15,53 +16,63 @@
 #include "hearing/WakeWord.h"
 #include "vision/Eyes.h"
 
-/// Brings up what takes long behind the head that is already there: the language model's server, the ears
-/// with theirs, and the eyes with their models. Each comes up, or fails, on its own. What happens is posted,
-/// tagged with the number of the start.
+/// What the user wants to run.
+struct BringUpChoices {
+    int32_t modelIndex = 0;  ///< row of the model catalogue
+    bool micOn = false;
+    std::string micDevice;  ///< part of a microphone's name; empty: the system's default
+    bool camOn = false;
+};
+
+/// Starts what takes long while the head is already there: the language model's server, the ears with their
+/// server, and the eyes with their models. Each of them starts, or fails, independently. What happens is
+/// posted, tagged with the number of the start.
 ///
-/// Threads: the window thread's, but for `ensureBrain`.
+/// Threads: window thread only, except `ensureBrain`.
 class BringUp {
 public:
+    /// `theChoices` is called on any thread.
     BringUp(Brain& theBrain, Assistant& theAssistant, SpeechEngine& theSpeech, Ears& theEars, Eyes& theEyes,
-            MessageQueue& queue)
+            MessageQueue& queue, std::function<BringUpChoices()> theChoices)
         : brain(theBrain),
           assistant(theAssistant),
           speech(theSpeech),
           ears(theEars),
           eyes(theEyes),
-          messages(queue) {}
+          messages(queue),
+          choices(std::move(theChoices)) {}
 
-    /// Starts the engine with the model of the settings, in place of a start that is under way.
+    /// Starts the engine with the chosen model. Replaces a start in progress.
     void startBrainWorker();
 
-    /// Sees to it, on a turn's thread, that the engine answers: waits for a start that is under way and, when
-    /// it isn't ready then, starts it once more. Posts how that went with the turn's number. False when there
-    /// is no engine, or the turn was cancelled.
+    /// Makes sure, on a turn's thread, that the engine answers: waits for a start in progress and, if the
+    /// engine isn't ready then, starts it once more. Posts the outcome with the turn's number. Returns false
+    /// when there is no engine or the turn was cancelled.
     [[nodiscard]] bool ensureBrain(uint64_t turn, CancelFlag* cancel);
 
-    /// Takes note of what came by `WM_APP_BRAIN_READY`. False for news of a start that was replaced.
-    bool noteBrainReady(const Message& message);
+    /// Takes note of how a start ended. Returns false for a start that was replaced.
+    bool noteBrainReady(const BrainReady& message);
 
-    /// Starts to listen, if the user wants that and it isn't done: with the speech engine first, which may
-    /// have to be fetched, then the model that knows the name.
+    /// Starts to listen if the user wants that and the ears aren't running: first the speech engine, which
+    /// may have to be fetched, then the model that knows the name.
     void startEarsWorker();
 
-    /// Ends the listening, and what is under way to it. The speech engine stays.
+    /// Stops the ears and cancels their start. The speech engine stays.
     void stopEars();
 
-    /// Listens with what the settings say by now; doesn't disturb a fetching that is under way.
+    /// Applies changed choices to the ears. Doesn't disturb a download in progress.
     void restartEars();
 
-    /// Starts to look, if the user wants that and it isn't done: with the models first, once.
+    /// Starts to look if the user wants that and the eyes aren't running: first the models, once.
     void startEyesWorker();
 
-    /// Ends the looking, and what is under way to it. The models stay.
+    /// Stops the eyes and cancels their start. The models stay.
     void stopEyes();
 
-    std::string wakeModel = wakeModelFolder();     ///< where the model that knows the name lies
-    std::string faceModels = assetPath("models");  ///< where those lie that know faces
+    std::string wakeModel = wakeModelFolder();     ///< folder of the model that knows the name
+    std::string faceModels = assetPath("models");  ///< folder of the models that know faces
 
-    std::atomic<bool> earsStarting = false;  ///< an ears worker is at it
+    std::atomic<bool> earsStarting = false;  ///< an ears worker is running
     std::atomic<bool> earsFailed = false;    ///< the speech engine couldn't be set up
 
     // Window thread only.
@@ -72,12 +83,8 @@ public:
     uint64_t eyesNumber = 0;      ///< of the newest start of the eyes
     std::string lastBrainStatus;  ///< the newest line, of a start or of a turn
 
-    /// A number that no turn and no start has had.
+    /// Returns a number that no turn and no start has had.
     uint64_t nextNumber() { return ++lastNumber; }
-
-    TaskSlot brainWorker;
-    TaskSlot earsWorker;
-    TaskSlot eyesWorker;
 
 private:
     [[nodiscard]] StatusFn statusOf(uint64_t source);
@@ -91,10 +98,17 @@ private:
     Ears& ears;
     Eyes& eyes;
     MessageQueue& messages;
+    const std::function<BringUpChoices()> choices;
     std::mutex brainMutex;         ///< one thread at a time starts the engine
-    std::mutex earsMutex;          ///< a worker that was called off doesn't start the ears behind their end
+    std::mutex earsMutex;          ///< a cancelled worker doesn't start the ears after `stopEars`
     std::mutex eyesMutex;          ///< the same for the eyes
     bool wakeModelLoaded = false;  ///< ears worker only
     bool eyesLoaded = false;       ///< eyes worker only
     uint64_t lastNumber = 0;       ///< window thread only
+
+public:
+    // Last, because the workers use everything above.
+    TaskSlot brainWorker{"brain worker"};
+    TaskSlot earsWorker{"ears worker"};
+    TaskSlot eyesWorker{"eyes worker"};
 };

@@ -7,19 +7,19 @@
 /// What the program was started for.
 enum class RunMode { search, wavTest, micCapture, faceTest, cameraTest, ask, capture, window };
 
-/// A mode and what stands behind its switch on the command line.
+/// A mode, and what follows its switch on the command line.
 struct ModeChoice {
     RunMode mode = RunMode::window;
     std::string arguments;
 };
 
-/// The command line as one text, without the program's name: the arguments joined by blanks, those that hold
-/// a blank in double quotes, which a shell has eaten by then. Text that isn't UTF-8 is repaired.
+/// Returns the arguments as one text, joined by blanks. Arguments that hold a blank get the double quotes
+/// back that the shell has removed. Text that isn't UTF-8 is repaired.
 std::string commandLineText(const std::vector<std::string>& arguments);
 
-/// The first switch of the fixed order that is found anywhere in the text wins, wherever it stands and
-/// whatever follows it. The blank behind a switch is part of it, but for "--shot", which takes no text.
+/// Returns the mode whose switch stands anywhere in the text. Of several switches the first in a fixed order
+/// wins. The blank after a switch is part of it, except for "--shot", which takes no text.
 ModeChoice chooseMode(const std::string& commandLine);
 
-/// The text without the double quotes around it, if it has both; otherwise as it is.
+/// Returns the text without the double quotes around it, if it has both; otherwise unchanged.
 std::string stripQuotes(std::string_view text);

@@ -4,12 +4,10 @@
 #include <chrono>
 #include <mutex>
 
-#include "core/FramePacer.h"
 #include "core/Gestures.h"
-#include "core/MenuCommands.h"
+#include "core/Guard.h"
 #include "core/Placement.h"
 #include "core/Sight.h"
-#include "foundation/Settings.h"
 #include "foundation/Ticks.h"
 #include "platform/system.h"
 
@@ -19,70 +17,78 @@ namespace {
 
 constexpr uint64_t timerMs = 1000;
 
+/// One function for each type of a variant.
+template <typename... Functions>
+struct Overloaded : Functions... {
+    using Functions::operator()...;
+};
+
 }  // namespace
 
+Companion::Companion(Settings& theSettings, const Endpoints& endpoints, const std::vector<ModelInfo>& models)
+    : settings(theSettings),
+      brain(endpoints, models),
+      assistant(brain, endpoints),
+      speech(endpoints),
+      bringUp(brain, assistant, speech, ears, eyes, messages,
+              [&theSettings] {
+                  return BringUpChoices{theSettings.modelIndex, theSettings.micOn,
+                                        theSettings.micDevice.get(), theSettings.camOn};
+              }),
+      conversation(assistant, bringUp, ears, voice, bubble, messages,
+                   [&theSettings] { return theSettings.voiceOn.load(); }) {}
+
 void Companion::windowProc(const Message& message) {
-    switch (message.id) {
-        case MessageId::WM_APP_VOICE_EVENT:
-            voice.pumpEvents();
-            break;
-        case MessageId::WM_APP_SENTENCE:
-            conversation.onSentence(message);
-            break;
-        case MessageId::WM_APP_BRAIN_STATUS:
-            conversation.onBrainStatus(message);
-            break;
-        case MessageId::WM_APP_TURN_DONE:
-            conversation.onTurnDone(message);
-            break;
-        case MessageId::WM_APP_BRAIN_READY:
-            conversation.onBrainReady(message);
-            break;
-        case MessageId::WM_APP_TRAY:
-            if (message.parameter == static_cast<uint64_t>(MessageId::WM_LBUTTONUP)) placeWindow(true);
-            break;
-        case MessageId::WM_APP_WAKE:
+    const auto number = static_cast<uint32_t>(std::visit([](const auto& kind) { return kind.id; }, message));
+    guarded(("message " + std::to_string(number)).c_str(), [&] { handle(message); });
+}
+
+void Companion::handle(const Message& message) {
+    const Overloaded handlers{
+        [this](const VoiceEvent&) { voice.pumpEvents(); },
+        [this](const Sentence& sentence) { conversation.onSentence(sentence); },
+        [this](const BrainStatus& status) { conversation.onBrainStatus(status); },
+        [this](const TurnDone& done) { conversation.onTurnDone(done); },
+        [this](const BrainReady& ready) { conversation.onBrainReady(ready); },
+        [this](const TrayClicked&) { placeWindow(true); },
+        [this](const Wake&) {
             asleep = false;
             conversation.onWake();
-            break;
-        case MessageId::WM_APP_UTTERANCE:
-            if (transcriptions.isCurrent(message)) conversation.decideUtterance(message);
-            break;
-        case MessageId::WM_APP_EARS_STATUS:
-            conversation.onEarsStatus(message);
-            break;
-        case MessageId::WM_APP_GREET:
-            if (!asleep) conversation.onGreet(message);
-            break;
-        case MessageId::WM_TIMER:
-            everySecond();
-            break;
-        case MessageId::WM_LBUTTONDOWN:
-            pressed = true;
-            dragMoved = false;
-            dragStartCursor = message.point;
-            dragStartWindow = {window->rect().left, window->rect().top};
-            break;
-        case MessageId::WM_MOUSEMOVE:
-            if (pressed) dragTo(message.point);
-            break;
-        case MessageId::WM_LBUTTONUP:
+        },
+        [this](const Utterance& utterance) {
+            if (transcriptions.isCurrent(utterance)) conversation.decideUtterance(utterance);
+        },
+        [this](const EarsProgress& progress) { conversation.onEarsProgress(progress); },
+        [this](const EarsProblem& problem) { conversation.onEarsProblem(problem); },
+        [this](const EarsReady& ready) { conversation.onEarsReady(ready); },
+        [this](const Greet& greet) {
+            if (!asleep) conversation.onGreet(greet);
+        },
+        [this](const TimerTick&) { everySecond(); },
+        [this](const LeftPressed& event) { press(event.cursor); },
+        [this](const PointerMoved& event) {
+            if (pressed) dragTo(event.cursor);
+        },
+        [this](const LeftReleased&) {
             if (pressed) release();
-            break;
-        case MessageId::WM_LBUTTONDBLCLK:
-            // The press that came with it isn't a further click.
-            pressed = false;
+        },
+        [this](const DoubleClicked&) {
+            pressed = false;  // its release isn't a further click
             animator.startWink();
-            break;
-        case MessageId::WM_RBUTTONUP:
-            if (menu) menu->popup(message.point);
-            break;
-        case MessageId::WM_DESTROY:
-            exitCode = 0;
-            break;
-        default:
-            break;
-    }
+        },
+        [this](const RightReleased& event) {
+            if (menu) menu->popup(event.cursor);
+        },
+        [this](const Destroy&) { exitCode = 0; },
+    };
+    std::visit(handlers, message);
+}
+
+void Companion::press(Point cursor) {
+    pressed = true;
+    dragMoved = false;
+    dragStartCursor = cursor;
+    dragStartWindow = {window->rect().left, window->rect().top};
 }
 
 void Companion::dragTo(Point cursor) {
@@ -110,7 +116,6 @@ void Companion::release() {
 }
 
 void Companion::savePlace() {
-    Settings& settings = Settings::instance();
     const Rect place = window->rect();
     if (settings.posX == place.left && settings.posY == place.top) return;
     settings.posX = place.left;
@@ -133,11 +138,10 @@ void Companion::everySecond() {
     bringUp.earsWorker.reap();
     bringUp.eyesWorker.reap();
     transcriptions.reap();
-    if (Settings::instance().alwaysOnTop && !menu->isOpen() && !window->isOnTop()) window->setOnTop(true);
+    if (settings.alwaysOnTop && !menu->isOpen() && !window->isOnTop()) window->setOnTop(true);
 }
 
 void Companion::placeWindow(bool keepPosition) {
-    const Settings& settings = Settings::instance();
     HeadPlacement placement;
     placement.size = headSize(settings.sizePx, systemDpi());
     placement.current = window->rect();
@@ -165,12 +169,12 @@ void Companion::pass() {
     handleMessages();
     if (tickCount() >= timerDue) {
         timerDue = tickCount() + timerMs;
-        windowProc({MessageId::WM_TIMER});
+        windowProc(TimerTick{});
     }
-    if (terminationRequested()) windowProc({MessageId::WM_DESTROY});
+    if (terminationRequested()) windowProc(Destroy{});
     if (exitCode) return;
     frame();
-    // A sentence doesn't wait for the next frame to be heard.
+    // A sentence is spoken at once, not with the next frame.
     const Clock::time_point end = Clock::now() + pacer.waitAfterFrame(Clock::now());
     while (!exitCode && messages.waitUntil(end))
         handleMessages();
@@ -196,7 +200,7 @@ void Companion::frame() {
     animator.state = headState();
     animator.speechLevel = voice.pending >= 1 ? voice.mouthOpen : -1;
 
-    constexpr float longestFrame = 0.1F;  // seconds; after a stall the head goes on, it doesn't jump
+    constexpr float longestFrame = 0.1F;  // seconds; after a stall the head doesn't jump
     animator.update(std::min(longestFrame, seconds));
     renderer.render(animator.pose);
     conversation.closeWhenDue(asleep);

@@ -14,6 +14,7 @@
 #include "core/MessageQueue.h"
 #include "core/Transcriptions.h"
 #include "foundation/Endpoints.h"
+#include "foundation/Settings.h"
 #include "platform/desktop.h"
 #include "platform/menu_view.h"
 #include "presence/Bubble.h"
@@ -29,19 +30,20 @@
 /// Threads: made and run on the entry's thread, which is the window thread. Others use `messages`.
 class Companion {
 public:
-    /// The catalogue and the hosts are the public ones but in tests.
-    explicit Companion(const Endpoints& endpoints = {},
-                       const std::vector<ModelInfo>& models = modelCatalogue())
-        : brain(endpoints, models), assistant(brain, endpoints), speech(endpoints) {}
+    /// Only tests hand in hosts and a catalogue of their own.
+    explicit Companion(Settings& theSettings, const Endpoints& endpoints = {},
+                       const std::vector<ModelInfo>& models = modelCatalogue());
 
-    // Owned subsystems, each after those that it uses. What shows on the desktop is there in the normal mode
-    // only; the renderer draws into the window's surface.
+    Settings& settings;
+
+    // The subsystems. Each stands behind those that it uses, also from callbacks, because they are destroyed
+    // in the opposite order. `desktop`, `window` and `menu` exist in the normal mode only.
     MessageQueue messages;
     Brain brain;
     Assistant assistant;
     SpeechEngine speech;
+    Transcriptions transcriptions{speech, messages};
     Ears ears;
-    Transcriptions transcriptions{ears, speech, messages};
     Eyes eyes;
     std::unique_ptr<Desktop> desktop;
     std::unique_ptr<HeadWindow> window;
@@ -49,8 +51,8 @@ public:
     HeadAnimator animator;
     VoiceOut voice;
     Bubble bubble;
-    BringUp bringUp{brain, assistant, speech, ears, eyes, messages};
-    Conversation conversation{assistant, bringUp, ears, voice, bubble, messages};
+    BringUp bringUp;
+    Conversation conversation;
     std::unique_ptr<MenuView> menu;
     SettingsWindow settingsWindow;
 
@@ -60,27 +62,30 @@ public:
     bool asleep = false;
     std::string lastSeenText;  ///< what the assistant was last told of who is seen
     bool dragMoved = false;    ///< this press has moved past the drag threshold
-    bool pressed = false;      ///< the left button went down on the head and hasn't come up
+    bool pressed = false;      ///< the left button went down on the head and hasn't come up yet
     Point dragStartCursor;
     Point dragStartWindow;
     bool placeUnconfirmed = false;  ///< the window manager may not have left the head where it was dragged
     std::optional<int> exitCode;    ///< set when the program is to end
 
-    /// Handles one message. Those of parts that aren't there do nothing.
+    /// Handles one message. What goes wrong then is logged.
     void windowProc(const Message& message);
 
-    /// Sizes, places and shows the head's window, by the settings or, with `keepPosition`, where it stands.
+    /// Sizes and shows the head's window, at the saved position or, with `keepPosition`, where it stands.
     void placeWindow(bool keepPosition);
 
-    /// Runs frame after frame until the program is to end. Returns the exit code.
+    /// Blocks until the program is to end, showing frame after frame. Returns the exit code.
     int mainLoop();
 
-    /// Once through the loop: what has happened, a frame, and what happens until the next is due.
+    /// Runs the loop once: handles what has happened, shows a frame, and handles messages until the next
+    /// frame is due.
     void pass();
 
 private:
     using Clock = FramePacer::Clock;
 
+    void handle(const Message& message);
+    void press(Point cursor);
     void dragTo(Point cursor);
     void release();
     void savePlace();
@@ -92,8 +97,8 @@ private:
 
     FramePacer pacer;
     Clock::time_point previousFrame = Clock::now();
-    uint64_t timerDue = 0;  ///< of `tickCount`; 0: with the next pass
+    uint64_t timerDue = 0;  ///< of `tickCount`
 };
 
-/// The process's companion: set right after it was made, before any mode runs, and never cleared.
+/// The process's companion. Set right after it was made, before any mode runs, and never cleared.
 extern Companion* theCompanion;

@@ -1,12 +1,10 @@
 #include "core/Conversation.h"
 
 #include <ctime>
-#include <exception>
 
 #include "core/Addressing.h"
 #include "foundation/LocalTime.h"
 #include "foundation/Log.h"
-#include "foundation/Settings.h"
 #include "foundation/Ticks.h"
 #include "platform/system.h"
 
@@ -20,13 +18,6 @@ constexpr uint64_t statementMs = 9000;
 constexpr uint64_t engineFailureMs = 20000;
 
 constexpr const char* listening = "Listening...";
-constexpr const char* settingUpEars = "Setting up my ears - one moment...";
-
-/// A line that tells how far the ears' engine has come.
-bool isProgress(const std::string& line) {
-    return line.starts_with("Down") || line.starts_with("Unpack") || line.starts_with("Find");
-}
-
 constexpr const char* noBrain =
     "Sorry, I couldn't get my brain started. Check your internet connection and try again.";
 
@@ -34,8 +25,8 @@ constexpr const char* noBrain =
 
 void Conversation::say(const std::string& text) {
     clearListening();
-    bubble.showText(text);
-    if (Settings::instance().voiceOn) {
+    showText(text);
+    if (isVoiceOn()) {
         voice.speak(text);
     } else {
         speaking.saySilently(text.size(), tickCount());
@@ -46,7 +37,8 @@ void Conversation::say(const std::string& text) {
 
 void Conversation::deliverSentence(const std::string& text) {
     bubble.appendSentence(text);
-    if (Settings::instance().voiceOn) {
+    textKind = TextKind::other;
+    if (isVoiceOn()) {
         voice.speak(text);
     } else {
         speaking.appendSilently(text.size(), tickCount());
@@ -68,10 +60,11 @@ void Conversation::beginTurn(const std::string& question, const HeardTimes& hear
     times.heard = heard;
     asked = formatTime(localTime(std::time(nullptr)), "%H:%M:%S");
     bubbleHideAt = 0;
-    bubble.showText("");
-    bubble.setStatus(bringUp.brainReady ? "Thinking..." : bringUp.lastBrainStatus);
+    showText("");
+    setStatus(bringUp.brainReady ? "Thinking..." : bringUp.lastBrainStatus);
     turnThread.start(
-        [this, question, turn = turnNumber](CancelFlag* cancel) { runTurn(question, turn, cancel); });
+        [this, question, turn = turnNumber](CancelFlag* cancel) { runTurn(question, turn, cancel); },
+        [this, turn = turnNumber] { messages.post(TurnDone{turn}); });
 }
 
 void Conversation::typedText(const std::string& text) {
@@ -91,44 +84,50 @@ void Conversation::end() {
 }
 
 void Conversation::onWake() {
-    if (!ears.capturing || speaking.isMuted(tickCount())) return;  // over by now, or broken off
+    if (!ears.capturing || speaking.isMuted(tickCount())) return;  // the capture is over by now
     bubbleHideAt = 0;
-    bubble.showText("");
-    bubble.setStatus(listening);
+    showText("");
+    setStatus(listening, StatusKind::listening);
 }
 
-void Conversation::onGreet(const Message& message) {
+void Conversation::onGreet(const Greet& message) {
     if (message.source != bringUp.eyesNumber) return;
-    // What is said without a voice is being read, and isn't written over either.
+    // Without a voice the text is still being read while it counts as speaking.
     if (thinking || bubble.typing || isSpeaking()) return;
-    say("Hi " + message.text + "!");
+    say("Hi " + message.name + "!");
 }
 
-void Conversation::onEarsStatus(const Message& message) {
-    const bool isCurrent =
-        message.source == 0 || message.source == bringUp.earsNumber || message.source == bringUp.eyesNumber;
-    if (!isCurrent) return;
-    if (thinking || bubble.typing) return;
-    const std::string& line = message.text;
-    if (isProgress(line)) {
-        if (!bubble.isVisible()) bubble.showText(settingUpEars);
-        bubble.setStatus(line);
-    } else if (!line.empty()) {
-        bubble.setStatus("");
-        bubble.showText(line);
-        bubbleHideAt = statementUntil = tickCount() + statementMs;
-    } else if (bubble.isVisible() && voice.pending < 1 && !ears.capturing && tickCount() >= statementUntil) {
-        bubble.hide();
-    }
+/// Returns whether news of this start of ears or eyes may be shown now.
+bool Conversation::takesNewsOf(uint64_t source) const {
+    const bool isCurrent = source == 0 || source == bringUp.earsNumber || source == bringUp.eyesNumber;
+    return isCurrent && !thinking && !bubble.typing;
 }
 
-void Conversation::decideUtterance(const Message& message) {
-    const bool followUp = (message.parameter & 1U) != 0;
-    const Addressed addressed = whatIsMeant(message.text, followUp);
+void Conversation::onEarsProgress(const EarsProgress& message) {
+    if (!takesNewsOf(message.source)) return;
+    if (!bubble.isVisible()) showText("Setting up my ears - one moment...", TextKind::settingUpEars);
+    setStatus(message.line);
+}
+
+void Conversation::onEarsProblem(const EarsProblem& message) {
+    if (!takesNewsOf(message.source)) return;
+    setStatus("");
+    showText(message.sentence);
+    bubbleHideAt = statementUntil = tickCount() + statementMs;
+}
+
+void Conversation::onEarsReady(const EarsReady& message) {
+    if (!takesNewsOf(message.source)) return;
+    const bool isInUse = voice.pending >= 1 || ears.capturing || tickCount() < statementUntil;
+    if (bubble.isVisible() && !isInUse) bubble.hide();
+}
+
+void Conversation::decideUtterance(const Utterance& message) {
+    const Addressed addressed = whatIsMeant(message.text, message.isFollowUp);
     clearListening();
     switch (addressed.kind) {
         case Addressed::Kind::notMeant:
-            if (!thinking && !bubble.typing) bubble.hide();  // what is being typed isn't lost
+            if (!thinking && !bubble.typing) bubble.hide();
             break;
         case Addressed::Kind::onlyBlank:
             if (!bubble.typing) bubble.hide();
@@ -139,7 +138,7 @@ void Conversation::decideUtterance(const Message& message) {
             break;
         case Addressed::Kind::command:
             beginTurn(addressed.command, message.heard);
-            bubble.setStatus("Heard: " + addressed.command);
+            setStatus("Heard: " + addressed.command);
             break;
     }
 }
@@ -152,79 +151,93 @@ void Conversation::guideEars() {
     listenPending = false;
     if (!ears.running) return;
     ears.followUpRequested = true;
-    bubble.setStatus(listening);
+    setStatus(listening, StatusKind::listening);
 }
 
 void Conversation::stopListening() {
     listenPending = false;
     ears.followUpRequested = false;
-    const bool isAboutEars =
-        bubble.status == listening || (isProgress(bubble.status) && bubble.text == settingUpEars);
-    if (!isAboutEars) return;
+    const bool isSettingUp = textKind == TextKind::settingUpEars;
+    if (statusKind != StatusKind::listening && !isSettingUp) return;
     clearStatus();
-    const bool isEmpty = bubble.text.empty() || bubble.text == settingUpEars;
+    const bool isEmpty = isSettingUp || bubble.text.empty();
     if (isEmpty && !thinking && !bubble.typing) bubble.hide();
 }
 
-/// What was being heard is over.
+void Conversation::showText(const std::string& text, TextKind kind) {
+    bubble.showText(text);
+    textKind = kind;
+}
+
+void Conversation::setStatus(const std::string& line, StatusKind kind) {
+    bubble.setStatus(line);
+    statusKind = kind;
+}
+
+/// Doesn't show a hidden bubble, as `setStatus` would.
+void Conversation::clearStatus() {
+    if (bubble.isVisible()) {
+        bubble.setStatus("");
+    } else {
+        bubble.status.clear();
+    }
+    statusKind = StatusKind::other;
+}
+
 void Conversation::clearListening() {
-    if (bubble.status == listening) clearStatus();
+    if (statusKind == StatusKind::listening) clearStatus();
 }
 
 void Conversation::showNotice(const std::string& text) {
     bubbleHideAt = 0;
-    bubble.showText(text);
+    showText(text);
 }
 
 void Conversation::runTurn(const std::string& question, uint64_t turn, CancelFlag* cancel) {
-    const auto post = [this, turn](MessageId id, const std::string& text, uint64_t parameter = 0) {
-        messages.post({id, parameter, text, {}, turn});
-    };
-    try {
-        if (bringUp.ensureBrain(turn, cancel)) {
-            std::string reply;  // everything has gone out by then, sentence by sentence
-            assistant.turn(
-                reply, question,
-                [&](const std::string& sentence) {
-                    post(MessageId::WM_APP_SENTENCE, sentence, assistant.firstTokenTick);
-                },
-                [&post](const std::string& line) { post(MessageId::WM_APP_BRAIN_STATUS, line); }, cancel);
-        } else if (!*cancel) {
-            post(MessageId::WM_APP_SENTENCE, noBrain);
-        }
-    } catch (const std::exception& error) {
-        logLine("turn ended by an unexpected error: %s", error.what());
+    if (bringUp.ensureBrain(turn, cancel)) {
+        std::string reply;  // not used: the sentences have all been posted by then
+        assistant.turn(
+            reply, question,
+            [&](const std::string& sentence) {
+                messages.post(Sentence{turn, sentence, assistant.firstTokenTick});
+            },
+            [&](const std::string& line) {
+                messages.post(BrainStatus{turn, line});
+            },
+            cancel);
+    } else if (!*cancel) {
+        messages.post(Sentence{turn, noBrain, 0});
     }
-    post(MessageId::WM_APP_TURN_DONE, {});
+    messages.post(TurnDone{turn});
 }
 
-void Conversation::onSentence(const Message& message) {
-    if (message.source != turnNumber) return;
+void Conversation::onSentence(const Sentence& message) {
+    if (message.turn != turnNumber) return;
     if (times.firstSentence == 0) times.firstSentence = tickCount();
-    if (times.firstToken == 0) times.firstToken = message.parameter;
-    bubble.setStatus("");
+    if (times.firstToken == 0) times.firstToken = message.firstTokenTick;
+    setStatus("");
     deliverSentence(message.text);
 }
 
-void Conversation::onBrainStatus(const Message& message) {
+void Conversation::onBrainStatus(const BrainStatus& message) {
     if (message.source != bringUp.startNumber && message.source != turnNumber) return;
-    bringUp.lastBrainStatus = message.text;
+    bringUp.lastBrainStatus = message.line;
     const bool isReady = bringUp.brainReady;
     if (!isReady && !thinking && !bubble.typing && !bubble.isVisible()) {
-        bubble.showText("Getting my brain ready - one moment...");
+        showText("Getting my brain ready - one moment...");
     }
-    if (!isReady || thinking) bubble.setStatus(message.text);
+    if (!isReady || thinking) setStatus(message.line);
 }
 
-void Conversation::onTurnDone(const Message& message) {
-    if (message.source != turnNumber) return;
+void Conversation::onTurnDone(const TurnDone& message) {
+    if (message.turn != turnNumber) return;
     thinking = false;
     times.done = tickCount();
-    bubble.setStatus("");
+    setStatus("");
     bubbleHideAt = tickCount() + replyMs;
 }
 
-void Conversation::onBrainReady(const Message& message) {
+void Conversation::onBrainReady(const BrainReady& message) {
     if (!bringUp.noteBrainReady(message) || thinking) return;
     if (bringUp.brainReady) {
         clearStatus();
@@ -233,18 +246,9 @@ void Conversation::onBrainReady(const Message& message) {
         return;
     }
     const std::string reason = bringUp.lastBrainStatus;
-    bubble.showText((reason.empty() ? "I couldn't start my brain." : reason) +
-                    " Right-click me and choose \"Retry download\" to try again.");
+    showText((reason.empty() ? "I couldn't start my brain." : reason) +
+             " Right-click me and choose \"Retry download\" to try again.");
     bubbleHideAt = tickCount() + engineFailureMs;
-}
-
-/// Without showing a bubble that is hidden.
-void Conversation::clearStatus() {
-    if (bubble.isVisible()) {
-        bubble.setStatus("");
-    } else {
-        bubble.status.clear();
-    }
 }
 
 bool Conversation::isSpeaking() const {
@@ -252,7 +256,7 @@ bool Conversation::isSpeaking() const {
 }
 
 void Conversation::closeWhenDue(bool asleep) {
-    // A reminder that is spoken before the first sentence isn't its sound.
+    // The sound of a reminder that is spoken before the first sentence doesn't count.
     if (times.firstSound == 0 && times.firstSentence != 0 && voice.startedTick >= times.firstSentence) {
         times.firstSound = voice.startedTick;
     }
@@ -266,7 +270,7 @@ void Conversation::closeWhenDue(bool asleep) {
     if (asleep && bubble.isVisible() && !bubble.typing) bubble.hide();
 }
 
-/// A line for the turn that is over or replaced, once.
+/// Logs the turn that is over or replaced, once.
 void Conversation::closeTurnLog() {
     if (times.question == 0) return;
     logLine("%s", turnLine(times, asked).c_str());

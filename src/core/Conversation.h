@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "assistant/Assistant.h"
 #include "core/BringUp.h"
@@ -13,78 +15,87 @@
 #include "presence/Bubble.h"
 #include "presence/VoiceOut.h"
 
-/// What is said, heard and asked: takes questions to the assistant on a thread of their own, its sentences to
-/// bubble and voice, and keeps one question from treading on another. The newest question wins.
+/// What is said, heard and asked: hands questions to the assistant, each on a thread of its own, and its
+/// sentences to bubble and voice. Only one question is answered at a time: the newest one wins.
 ///
-/// Threads: window thread only; a turn's thread only posts.
+/// Threads: window thread only. The thread of a turn only posts messages.
 class Conversation {
 public:
+    /// `speaksAloud` tells whether the user wants to hear the voice.
     Conversation(Assistant& theAssistant, BringUp& theBringUp, Ears& theEars, VoiceOut& theVoice,
-                 Bubble& theBubble, MessageQueue& queue)
+                 Bubble& theBubble, MessageQueue& queue, std::function<bool()> speaksAloud)
         : assistant(theAssistant),
           bringUp(theBringUp),
           ears(theEars),
           voice(theVoice),
           bubble(theBubble),
-          messages(queue) {}
+          messages(queue),
+          isVoiceOn(std::move(speaksAloud)) {}
 
     /// Shows and speaks a line of the companion's own, in place of what the bubble shows.
     void say(const std::string& text);
 
-    /// Starts a turn on a question, not empty, in place of the one that runs; what was being said is cut off.
-    /// Doesn't wait.
+    /// Starts a turn on `question`, which isn't empty. Replaces the running turn and cuts off what is being
+    /// said. Doesn't block.
     void startTurn(const std::string& question);
 
-    /// A question from the chat box.
+    /// Takes a question from the chat box.
     void typedText(const std::string& text);
 
-    /// Ends what is being said or waits to be said.
+    /// Cuts off what is being said and what is queued behind it.
     void stopSpeaking();
 
-    /// Shows a text that stays until it is replaced or the bubble's next close.
+    /// Shows a text that stays until it is replaced or until the bubble closes.
     void showNotice(const std::string& text);
 
-    // What ears and eyes post.
+    // Messages of ears and eyes.
     void onWake();
-    void onGreet(const Message& message);
-    void onEarsStatus(const Message& message);
-    void decideUtterance(const Message& message);
+    void onGreet(const Greet& message);
+    void onEarsProgress(const EarsProgress& message);
+    void onEarsProblem(const EarsProblem& message);
+    void onEarsReady(const EarsReady& message);
+    void decideUtterance(const Utterance& message);
 
-    /// Once a frame: the ears are deaf while something is said, and open for a follow-up when its time has
-    /// come.
+    /// Mutes the ears while something is said, and requests a follow-up when it is due. Once a frame.
     void guideEars();
 
-    /// The microphone was switched off: nothing is waited for any more.
+    /// Stops waiting for anything to be heard: the microphone was switched off.
     void stopListening();
 
-    // What turns and the engine's start post. Leftovers of replaced ones are dropped.
-    void onSentence(const Message& message);
-    void onBrainStatus(const Message& message);
-    void onTurnDone(const Message& message);
-    void onBrainReady(const Message& message);
+    // Messages of turns and of the engine's start. Those of replaced ones are dropped.
+    void onSentence(const Sentence& message);
+    void onBrainStatus(const BrainStatus& message);
+    void onTurnDone(const TurnDone& message);
+    void onBrainReady(const BrainReady& message);
 
     [[nodiscard]] bool isSpeaking() const;
 
-    /// Once a frame: closes the bubble and a turn's line in the log when it is time for either.
+    /// Closes the bubble when its time is over, and logs a turn that is over. Once a frame.
     void closeWhenDue(bool asleep);
 
-    /// Tells a running turn to end, and the log of it; `turnThread.join` waits for it.
+    /// Cancels the running turn and logs it. `turnThread.join` waits for it.
     void end();
 
     bool thinking = false;        ///< a turn is in flight
     uint64_t turnNumber = 0;      ///< of the newest turn
-    uint64_t statementUntil = 0;  ///< until then a statement of ears or eyes is to be read
+    uint64_t statementUntil = 0;  ///< until then a statement of ears or eyes stays readable
     bool listenPending = false;   ///< a follow-up is due as soon as it is quiet
     uint64_t bubbleHideAt = 0;    ///< when the bubble is due to close, of `tickCount`; 0: not set
     Speaking speaking;
-    TaskSlot turnThread;
 
 private:
+    // What the bubble shows, where it matters later.
+    enum class TextKind { other, settingUpEars };
+    enum class StatusKind { other, listening };
+
+    void showText(const std::string& text, TextKind kind = TextKind::other);
+    void setStatus(const std::string& line, StatusKind kind = StatusKind::other);
+    void clearStatus();
+    void clearListening();
     void deliverSentence(const std::string& text);
     void runTurn(const std::string& question, uint64_t turn, CancelFlag* cancel);
     void beginTurn(const std::string& question, const HeardTimes& heard);
-    void clearListening();
-    void clearStatus();
+    [[nodiscard]] bool takesNewsOf(uint64_t source) const;
     void closeTurnLog();
 
     Assistant& assistant;
@@ -93,6 +104,12 @@ private:
     VoiceOut& voice;
     Bubble& bubble;
     MessageQueue& messages;
-    TurnTimes times;    ///< of the newest turn; no question when the log was told
+    const std::function<bool()> isVoiceOn;
+    TextKind textKind = TextKind::other;
+    StatusKind statusKind = StatusKind::other;
+    TurnTimes times;    ///< of the newest turn; without a question once it is logged
     std::string asked;  ///< the time of day of its question
+
+public:
+    TaskSlot turnThread{"turn"};  ///< last, because the turn uses everything above
 };

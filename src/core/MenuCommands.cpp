@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "brain/ModelCatalogue.h"
+#include "core/Guard.h"
 #include "foundation/Paths.h"
-#include "foundation/Settings.h"
 #include "platform/desktop.h"
 #include "platform/system.h"
 
@@ -21,22 +21,20 @@ void setAsleep(Companion& companion, bool asleep) {
 }
 
 void setVoiceOn(Companion& companion, bool on) {
-    Settings& settings = Settings::instance();
-    settings.voiceOn = on;
+    companion.settings.voiceOn = on;
     if (!on) companion.voice.stop();
-    settings.save();
+    companion.settings.save();
 }
 
-/// What was being heard is dropped, wherever it is on its way.
+/// Drops what was heard and has had no answer yet.
 void stopListening(Companion& companion) {
     companion.transcriptions.forget();
     companion.conversation.stopListening();
 }
 
 void setMicOn(Companion& companion, bool on) {
-    Settings& settings = Settings::instance();
-    settings.micOn = on;
-    settings.save();
+    companion.settings.micOn = on;
+    companion.settings.save();
     if (on) {
         companion.bringUp.startEarsWorker();
     } else {
@@ -46,9 +44,8 @@ void setMicOn(Companion& companion, bool on) {
 }
 
 void setCamOn(Companion& companion, bool on) {
-    Settings& settings = Settings::instance();
-    settings.camOn = on;
-    settings.save();
+    companion.settings.camOn = on;
+    companion.settings.save();
     if (on)
         companion.bringUp.startEyesWorker();
     else
@@ -62,9 +59,9 @@ void retryDownload(Companion& companion) {
     if (state.canRetryEars) companion.bringUp.startEarsWorker();
 }
 
-/// What has been saved already takes effect.
+/// Applies settings that were saved.
 void applySettings(Companion& companion, bool modelChanged) {
-    const Settings& settings = Settings::instance();
+    const Settings& settings = companion.settings;
     setRunAtStartup(settings.startWithWindows);
     companion.voice.chooseVoice(settings.voiceName.get());
     if (!settings.voiceOn) companion.voice.stop();
@@ -86,17 +83,20 @@ void openSettings(Companion& companion) {
     const Rect workArea =
         companion.desktop->workAreaNearest({(head.left + head.right) / 2, (head.top + head.bottom) / 2});
     SettingsCallbacks callbacks;
-    callbacks.clearConversation = [&companion] { companion.assistant.clearConversation(); };
-    callbacks.forget = [&companion] { companion.assistant.forgetEverything(); };
-    callbacks.saved = [&companion](bool modelChanged) { applySettings(companion, modelChanged); };
-    companion.settingsWindow.open(*companion.desktop, Settings::instance(), choices, workArea, systemDpi(),
+    callbacks.clearConversation =
+        guardedCallback("settings window", [&companion] { companion.assistant.clearConversation(); });
+    callbacks.forget =
+        guardedCallback("settings window", [&companion] { companion.assistant.forgetEverything(); });
+    callbacks.saved = guardedCallback(
+        "settings window", [&companion](bool modelChanged) { applySettings(companion, modelChanged); });
+    companion.settingsWindow.open(*companion.desktop, companion.settings, choices, workArea, systemDpi(),
                                   std::move(callbacks));
 }
 
 }  // namespace
 
 MenuState menuState(const Companion& companion) {
-    const Settings& settings = Settings::instance();
+    const Settings& settings = companion.settings;
     MenuState state;
     state.asleep = companion.asleep;
     state.voiceOn = settings.voiceOn;
@@ -110,7 +110,7 @@ MenuState menuState(const Companion& companion) {
 }
 
 void carryOut(Companion& companion, MenuCommand command) {
-    Settings& settings = Settings::instance();
+    const Settings& settings = companion.settings;
     switch (command) {
         case MenuCommand::ask:
             companion.bubble.openChat();
@@ -140,7 +140,7 @@ void carryOut(Companion& companion, MenuCommand command) {
             openOnDesktop(dataFolder());
             break;
         case MenuCommand::quit:
-            companion.windowProc({MessageId::WM_DESTROY});
+            companion.windowProc(Destroy{});
             break;
         case MenuCommand::retryDownload:
             retryDownload(companion);

@@ -3,10 +3,10 @@
 #include "core/Companion.h"
 #include "presence/ContextMenu.h"
 
-// What the entries of the context menu and a saved settings window do. Threads: window thread only.
+// The actions of the context menu and of a saved settings window. Threads: window thread only.
 
-/// What the menu is to show now.
+/// Returns what the menu shows now.
 MenuState menuState(const Companion& companion);
 
-/// Carries out an entry.
+/// Carries out an entry of the menu.
 void carryOut(Companion& companion, MenuCommand command);

@@ -7,15 +7,17 @@
 
 #include "core/Message.h"
 
-/// What was posted to the window thread and not yet handled, in order. Threads: any posts, one takes.
+/// The messages that were posted to the window thread and not yet handled, in order.
+///
+/// Threads: any thread posts; one thread takes and waits.
 class MessageQueue {
 public:
     void post(Message message);
 
-    /// Everything that was posted since the last call.
+    /// Returns everything that was posted since the last call.
     [[nodiscard]] std::vector<Message> take();
 
-    /// Waits until there is something to take, or the time has come. False for the latter.
+    /// Blocks until there is something to take or `end` has come. Returns false in the latter case.
     [[nodiscard]] bool waitUntil(std::chrono::steady_clock::time_point end);
 
 private:

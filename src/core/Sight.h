@@ -7,10 +7,11 @@
 #include "core/Gestures.h"
 #include "vision/Sighting.h"
 
-// What the companion makes of whom it sees. Threads: any.
+// What follows from the person whom the camera sees. Threads: any.
 
-/// What the assistant is told of it: empty when nobody is there.
+/// Returns what the assistant is told about the person; empty when nobody is there.
 std::string seenText(const Sighting& sighting);
 
-/// The gaze of the head at the face that the camera sees. None when there isn't one, or not any more.
+/// Returns the gaze of the head at the face before the camera. Empty without a face, or when it was seen too
+/// long ago.
 std::optional<Gaze> gazeAtFace(const Sighting& sighting, uint64_t now);

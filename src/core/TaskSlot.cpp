@@ -4,10 +4,13 @@
 #include <thread>
 #include <utility>
 
+#include "core/Guard.h"
+
 struct TaskSlot::Run {
     std::atomic<bool> isCancelled = false;
     std::atomic<bool> hasEnded = false;
     std::thread thread;
+    std::shared_ptr<Run> before;  ///< the run that has to end first
 };
 
 TaskSlot::~TaskSlot() {
@@ -15,17 +18,25 @@ TaskSlot::~TaskSlot() {
     join();
 }
 
-void TaskSlot::start(Task task) {
+void TaskSlot::start(Task task, std::function<void()> onFailure) {
     cancel();
-    auto run = std::make_shared<Run>();
-    run->thread =
-        std::thread([raw = run.get(), before = std::move(current), task = std::move(task)]() mutable {
-            if (before) before->thread.join();
-            before.reset();
+    const auto run = std::make_shared<Run>();
+    run->before = current;
+    const auto body = [raw = run.get(), taskName = name, task = std::move(task), onFailure] {
+        if (raw->before) raw->before->thread.join();
+        raw->before.reset();
+        const bool isDone = guarded(taskName, [&] {
             if (!raw->isCancelled) task(&raw->isCancelled);
-            raw->hasEnded = true;
         });
-    current = std::move(run);
+        if (!isDone) guarded(taskName, onFailure);
+        raw->hasEnded = true;
+    };
+    // Without a thread the run before stays the newest one.
+    if (guarded(name, [&] { run->thread = std::thread(body); })) {
+        current = run;
+    } else {
+        onFailure();
+    }
 }
 
 void TaskSlot::cancel() {

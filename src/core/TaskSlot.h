@@ -6,33 +6,37 @@
 #include "foundation/Callbacks.h"
 
 /// Runs tasks on threads of their own, one at a time: a new task cancels the one before it and begins when
-/// that has ended. Nothing but `join` waits, so a task that takes its time to notice its flag doesn't hold up
-/// the caller.
+/// that one has ended. Only `join` and the destructor block.
 ///
-/// Threads: the owner's; the tasks run on theirs.
+/// Threads: the owner's; each task runs on its own.
 class TaskSlot {
 public:
-    /// What is to be done. The flag, which outlives the call, turns true when the task is to end early.
-    /// Nothing may be thrown.
+    /// The flag outlives the call. It turns true when the task should end early.
     using Task = std::function<void(CancelFlag* cancel)>;
 
-    TaskSlot() = default;
-    ~TaskSlot();  ///< cancels, and waits
+    /// `name` must outlive the slot. The log names a task that fails by it.
+    explicit TaskSlot(const char* theName) : name(theName) {}
+    ~TaskSlot();  ///< cancels, and blocks until the task has ended
     TaskSlot(const TaskSlot&) = delete;
     TaskSlot& operator=(const TaskSlot&) = delete;
 
-    /// Replaces the task that runs. One that hadn't begun when it was replaced never begins.
-    void start(Task task);
+    /// Replaces the running task. A task that hadn't begun when it was replaced never begins.
+    ///
+    /// If the task throws or gets no thread, the log says so and `onFailure` is called: on the task's thread
+    /// or, without one, on the caller's.
+    void start(Task task, std::function<void()> onFailure);
 
     void cancel();
 
-    /// Waits until everything that was started has ended.
+    /// Blocks until all started tasks have ended.
     void join();
 
-    /// Releases the thread of a task that has ended; does nothing while one runs.
+    /// Releases the thread of a task that has ended. Does nothing while a task runs.
     void reap();
 
 private:
     struct Run;
-    std::shared_ptr<Run> current;  ///< the newest; it knows the one that it has to wait for
+
+    const char* name;
+    std::shared_ptr<Run> current;  ///< the newest
 };

@@ -1,53 +1,56 @@
 #include "core/Transcriptions.h"
 
-#include <exception>
 #include <string>
 #include <utility>
 
+#include "core/Guard.h"
 #include "foundation/Log.h"
 #include "foundation/Ticks.h"
 
-void Transcriptions::listen() {
+namespace {
+
+constexpr const char* taskName = "transcription";
+
+}  // namespace
+
+void Transcriptions::listen(Ears& ears) {
     ears.onWake = [this] {
         wakeTick = tickCount();
-        messages.post({MessageId::WM_APP_WAKE});
+        messages.post(Wake{});
     };
-    ears.onUtterance = [this](std::vector<int16_t> samples, bool followUp) {
-        onUtterance(std::move(samples), followUp);
+    ears.onUtterance = [this](std::vector<int16_t> samples, bool isFollowUp) {
+        onUtterance(std::move(samples), isFollowUp);
     };
-    ears.onProblem = [this](const std::string& sentence) {
-        messages.post({MessageId::WM_APP_EARS_STATUS, 0, sentence});
-    };
+    ears.onProblem = [this](const std::string& sentence) { messages.post(EarsProblem{0, sentence}); };
 }
 
-void Transcriptions::onUtterance(std::vector<int16_t> samples, bool followUp) {
+void Transcriptions::onUtterance(std::vector<int16_t> samples, bool isFollowUp) {
+    Utterance utterance{session, isFollowUp, "", {}};
     if (samples.empty()) {
-        messages.post({MessageId::WM_APP_UTTERANCE, followUp ? 1U : 0U, {}, {}, session});
+        messages.post(utterance);
         return;
     }
-    const HeardTimes heard{followUp ? 0 : wakeTick, tickCount(), 0};
-    // In the list only with its thread, which may not be to be had.
+    utterance.heard = {isFollowUp ? 0 : wakeTick, tickCount(), 0};
     std::list<Transcription> begun(1);
     Transcription& transcription = begun.front();
-    transcription.thread = std::thread(
-        [this, &transcription, samples = std::move(samples), followUp, source = session.load(), heard] {
-            try {
-                transcribeUtterance(samples, followUp, source, heard);
-            } catch (const std::exception& error) {
-                logLine("transcription ended by an unexpected error: %s", error.what());
-            }
-            transcription.isDone = true;
-        });
+    auto body = [this, &transcription, samples = std::move(samples), utterance] {
+        if (!guarded(taskName, [&] { transcribe(samples, utterance); })) messages.post(utterance);
+        transcription.isDone = true;
+    };
+    // The list holds only transcriptions that got a thread.
+    if (!guarded(taskName, [&] { transcription.thread = std::thread(std::move(body)); })) {
+        messages.post(utterance);
+        return;
+    }
     const std::lock_guard guard(transcribeMutex);
     transcribeThreads.splice(transcribeThreads.end(), begun);
 }
 
-void Transcriptions::transcribeUtterance(const std::vector<int16_t>& samples, bool followUp, uint64_t source,
-                                         HeardTimes heard) {
-    const std::string text = speech.transcribe(samples, &quit);
-    logLine("heard: '%s'", text.c_str());
-    heard.transcript = tickCount();
-    messages.post({MessageId::WM_APP_UTTERANCE, followUp ? 3U : 2U, text, {}, source, heard});
+void Transcriptions::transcribe(const std::vector<int16_t>& samples, Utterance utterance) {
+    utterance.text = speech.transcribe(samples, &quit);
+    logLine("heard: '%s'", utterance.text.c_str());
+    utterance.heard.transcript = tickCount();
+    messages.post(std::move(utterance));
 }
 
 void Transcriptions::reap() {

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
-#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -12,34 +11,35 @@
 #include "hearing/Ears.h"
 #include "hearing/SpeechEngine.h"
 
-/// The way from the ears to the window thread: what they cut out of the stream becomes text on a thread of
-/// its own, and is posted.
+/// Turns what the ears capture into text, each utterance on a thread of its own, and posts the text to the
+/// window thread.
 ///
-/// Threads: `listen`, `reap`, `end` and `join` are the window thread's.
+/// Threads: `listen`, `forget`, `isCurrent`, `reap`, `end` and `join` belong to the window thread; the ears'
+/// callbacks run on their capture thread.
 class Transcriptions {
 public:
-    Transcriptions(Ears& theEars, SpeechEngine& theSpeech, MessageQueue& queue)
-        : ears(theEars), speech(theSpeech), messages(queue) {}
+    Transcriptions(SpeechEngine& theSpeech, MessageQueue& queue) : speech(theSpeech), messages(queue) {}
     ~Transcriptions() { end(), join(); }
     Transcriptions(const Transcriptions&) = delete;
     Transcriptions& operator=(const Transcriptions&) = delete;
 
-    /// Takes what the ears have to tell from now on. Before they start.
-    void listen();
+    /// Sets the callbacks of `ears`. Call it before the ears start; the ears must stop before this object
+    /// goes.
+    void listen(Ears& ears);
 
-    /// What was heard until now is dropped, also what is still on its way to a text.
+    /// Drops what was heard until now, also what is still being transcribed.
     void forget() { ++session; }
 
-    /// Whether an utterance was heard since the last `forget`.
-    [[nodiscard]] bool isCurrent(const Message& utterance) const { return utterance.source == session; }
+    /// Returns whether an utterance was heard since the last `forget`.
+    [[nodiscard]] bool isCurrent(const Utterance& utterance) const { return utterance.session == session; }
 
     /// Releases the threads of transcriptions that are done.
     void reap();
 
-    /// Calls off the transcriptions in flight; those that would begin later come to nothing.
+    /// Cancels the running transcriptions and all later ones.
     void end() { quit = true; }
 
-    /// Waits for them. The ears have been stopped by then.
+    /// Blocks until all transcriptions have ended. Call it after the ears have stopped.
     void join();
 
 private:
@@ -49,16 +49,14 @@ private:
         std::thread thread;
     };
 
-    void onUtterance(std::vector<int16_t> samples, bool followUp);
-    void transcribeUtterance(const std::vector<int16_t>& samples, bool followUp, uint64_t source,
-                             HeardTimes heard);
+    void onUtterance(std::vector<int16_t> samples, bool isFollowUp);
+    void transcribe(const std::vector<int16_t>& samples, Utterance utterance);
 
-    Ears& ears;
     SpeechEngine& speech;
     MessageQueue& messages;
     std::atomic<bool> quit = false;
-    std::atomic<uint64_t> session = 1;  ///< the source of what is posted of utterances
-    uint64_t wakeTick = 0;              ///< of the newest wake; capture thread only
+    std::atomic<uint64_t> session = 1;
+    uint64_t wakeTick = 0;  ///< of the newest wake; capture thread only
     std::mutex transcribeMutex;
     std::list<Transcription> transcribeThreads;  ///< guarded by `transcribeMutex`
 };

@@ -1,15 +1,16 @@
 #include "core/WindowMode.h"
 
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <utility>
 
 #include "core/Companion.h"
+#include "core/Guard.h"
 #include "core/HeadStart.h"
 #include "core/MenuCommands.h"
 #include "core/Placement.h"
 #include "foundation/Log.h"
-#include "foundation/Settings.h"
 #include "platform/system.h"
 
 namespace {
@@ -17,37 +18,41 @@ namespace {
 HeadWindowEvents eventsFor(Companion& companion) {
     HeadWindowEvents events;
     events.pointer = [&companion](PointerAction action, Point cursor) {
-        constexpr MessageId ids[] = {MessageId::WM_LBUTTONDOWN, MessageId::WM_MOUSEMOVE,
-                                     MessageId::WM_LBUTTONUP, MessageId::WM_LBUTTONDBLCLK};
-        companion.windowProc({ids[static_cast<size_t>(action)], 0, {}, cursor});
+        switch (action) {
+            case PointerAction::press:
+                return companion.windowProc(LeftPressed{cursor});
+            case PointerAction::move:
+                return companion.windowProc(PointerMoved{cursor});
+            case PointerAction::release:
+                return companion.windowProc(LeftReleased{});
+            case PointerAction::doubleClick:
+                return companion.windowProc(DoubleClicked{});
+        }
     };
-    events.menuRequested = [&companion](Point cursor) {
-        companion.windowProc({MessageId::WM_RBUTTONUP, 0, {}, cursor});
-    };
-    events.closed = [&companion] { companion.windowProc({MessageId::WM_DESTROY}); };
+    events.menuRequested = [&companion](Point cursor) { companion.windowProc(RightReleased{cursor}); };
+    events.closed = [&companion] { companion.windowProc(Destroy{}); };
     return events;
 }
 
 MenuViewEvents menuEventsFor(Companion& companion) {
     MenuViewEvents events;
     events.items = [&companion] { return contextMenu(menuState(companion)); };
-    events.chosen = [&companion](int32_t id) { carryOut(companion, static_cast<MenuCommand>(id)); };
-    events.iconClicked = [&companion] {
-        companion.windowProc({MessageId::WM_APP_TRAY, static_cast<uint64_t>(MessageId::WM_LBUTTONUP)});
-    };
+    events.chosen = guardedCallback(
+        "menu entry", [&companion](int32_t id) { carryOut(companion, static_cast<MenuCommand>(id)); });
+    events.iconClicked = [&companion] { companion.windowProc(TrayClicked{}); };
     return events;
 }
 
 void startVoice(Companion& companion) {
-    if (companion.voice.init([&companion] { companion.messages.post({MessageId::WM_APP_VOICE_EVENT}); })) {
-        companion.voice.chooseVoice(Settings::instance().voiceName.get());
+    if (companion.voice.init([&companion] { companion.messages.post(VoiceEvent{}); })) {
+        companion.voice.chooseVoice(companion.settings.voiceName.get());
     } else {
         logLine("SAPI voice unavailable");
     }
 }
 
 void greet(Companion& companion) {
-    const std::string name = Settings::instance().userName.get();
+    const std::string name = companion.settings.userName.get();
     companion.conversation.say(
         name.empty()
             ? "Hi, I'm Velu! Say my name or click me to chat, drag me around, and right-click for settings."
@@ -63,22 +68,22 @@ bool startCompanion(Companion& companion) {
         std::fprintf(stderr, "velu: %s\n", problem.c_str());
         return false;
     }
-    const HeadSize size = headSize(Settings::instance().sizePx, systemDpi());
+    const HeadSize size = headSize(companion.settings.sizePx, systemDpi());
     companion.window = HeadWindow::create(*companion.desktop, "Velu", size.width, size.height,
                                           eventsFor(companion), problem);
     const HeadSurface* surface = companion.window ? &companion.window->surface() : nullptr;
     if (!startRenderer(companion.renderer, surface, problem, size.width, size.height)) return false;
     companion.bubble.create(*companion.desktop, systemDpi());
-    companion.bubble.onSubmit = [&companion](const std::string& text) {
-        companion.conversation.typedText(text);
-    };
+    companion.bubble.onSubmit = guardedCallback(
+        "question", [&companion](const std::string& text) { companion.conversation.typedText(text); });
     companion.bubble.onDismiss = [&companion] { companion.bubble.hide(); };
     startVoice(companion);
     companion.placeWindow(false);
-    companion.desktop->screensChanged = [&companion] { companion.placeWindow(true); };
+    companion.desktop->screensChanged =
+        guardedCallback("change of screens", [&companion] { companion.placeWindow(true); });
     companion.menu = std::make_unique<MenuView>(*companion.desktop, "Velu", menuEventsFor(companion));
-    companion.transcriptions.listen();
-    // Before the engine reads what all turns begin with: the tools are a part of it.
+    companion.transcriptions.listen(companion.ears);
+    // Before the engine starts, because the tools are part of what it reads first.
     companion.assistant.learnFace = [&companion](const std::string& name) {
         return companion.eyes.learnFace(name);
     };
@@ -90,13 +95,13 @@ bool startCompanion(Companion& companion) {
 }
 
 void shutDownCompanion(Companion& companion) {
-    // To the user it is gone at once, whatever the threads still wait for.
-    companion.desktop->screensChanged = nullptr;
+    // For the user it is gone at once, whatever the threads still wait for.
+    if (companion.desktop) companion.desktop->screensChanged = nullptr;
     companion.settingsWindow.close();
     companion.menu.reset();
     companion.bubble.hide();
-    companion.window->hide();
-    companion.desktop->processEvents();
+    if (companion.window) companion.window->hide();
+    if (companion.desktop) companion.desktop->processEvents();
     companion.bringUp.brainWorker.cancel();
     companion.bringUp.earsWorker.cancel();
     companion.bringUp.eyesWorker.cancel();
@@ -109,15 +114,24 @@ void shutDownCompanion(Companion& companion) {
     companion.transcriptions.join();
     companion.bringUp.stopEyes();
     companion.bringUp.eyesWorker.join();
-    // Last: what was joined may have waited for their answers.
+    // Last, because the threads above may have waited for their answers.
     companion.speech.stop();
     companion.brain.stop();
 }
 
-int runWindowMode(Companion& companion) {
-    catchTermination();
-    if (!startCompanion(companion)) return 1;
-    const int code = companion.mainLoop();
+int runAndShutDown(Companion& companion, const std::function<int()>& work) {
+    int code = 1;
+    try {
+        code = work();
+    } catch (const std::exception& error) {
+        logLine("ended by an unexpected error: %s", error.what());
+    }
     shutDownCompanion(companion);
     return code;
+}
+
+int runWindowMode(Companion& companion) {
+    catchTermination();
+    return runAndShutDown(companion,
+                          [&companion] { return startCompanion(companion) ? companion.mainLoop() : 1; });
 }

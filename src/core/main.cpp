@@ -35,7 +35,7 @@ int runMode(Companion& companion, const ModeChoice& choice, const std::string& c
         case RunMode::cameraTest:
             return runCameraTestMode(companion, cameraTestOrder(choice.arguments, commandLine));
         case RunMode::capture:
-            return runCaptureMode(commandLine);
+            return runCaptureMode(commandLine, companion.settings.sizePx);
         case RunMode::window:
             break;
     }
@@ -45,14 +45,15 @@ int runMode(Companion& companion, const ModeChoice& choice, const std::string& c
 int run(const std::vector<std::string>& arguments) {
     const std::string commandLine = commandLineText(arguments);
     const ModeChoice choice = chooseMode(commandLine);
-    // A picture can be taken beside a living companion; every other start would share its files and its
+    // Only a picture can be taken beside a running companion. Every other mode would share its files and
     // servers.
     const SingleInstance instance("Velu.Desktop.SingleInstance");
     if (!instance.isFirst() && choice.mode != RunMode::capture) return 0;
-    Settings::instance().load();
-    Companion companion;
+    Settings& settings = Settings::instance();
+    settings.load();
+    Companion companion(settings);
     theCompanion = &companion;
-    return runMode(companion, choice, commandLine);
+    return runMode(*theCompanion, choice, commandLine);
 }
 
 }  // namespace

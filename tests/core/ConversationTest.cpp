@@ -1,202 +1,185 @@
-// The flow of a conversation without a window: the bubble only keeps its texts, the voice is mute.
-
 #include "core/Conversation.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <thread>
-
-#include "foundation/Files.h"
-#include "foundation/Paths.h"
-#include "foundation/Settings.h"
 #include "foundation/Ticks.h"
-#include "support/EngineFolder.h"
-#include "support/Soon.h"
+#include "support/HeadlessCompanion.h"
 
 namespace {
 
-const std::vector<ModelInfo> models = {{"Small model", "small.gguf", "/small.gguf", 1000}};
-
-class ConversationTest : public testing::Test {
+class ConversationTest : public HeadlessCompanion {
 protected:
-    ConversationTest() {
-        placeModel(joinPath(modelsFolder(), models[0].file), models[0].size);
-        brain.port = freePort();
-        brain.probeGpu = [] { return false; };
-        Settings::instance().voiceOn = false;
+    static void install(const std::string& script) { installFakeEngine(dataFolder(), false, script); }
+
+    /// Expects that handling a message gives the bubble this time.
+    void expectHideIn(uint64_t ms, const Message& message) {
+        const uint64_t before = tickCount();
+        velu.windowProc(message);
+        EXPECT_GE(talk.bubbleHideAt, before + ms);
+        EXPECT_LE(talk.bubbleHideAt, tickCount() + ms);
     }
 
-    /// The members go in an order that ends the threads first.
-    ~ConversationTest() override {
-        conversation.end();
-        bringUp.brainWorker.cancel();
-    }
-
-    void install(const std::string& script) const { installFakeEngine(dataFolder(), false, script); }
-
-    /// Handles what was posted until the condition holds.
-    template <typename Condition>
-    bool until(Condition condition) {
-        return soon([&] {
-            for (const Message& message : messages.take())
-                handle(message);
-            return condition();
-        });
-    }
-
-    void handle(const Message& message) {
-        if (message.id == MessageId::WM_APP_SENTENCE) conversation.onSentence(message);
-        if (message.id == MessageId::WM_APP_BRAIN_STATUS) conversation.onBrainStatus(message);
-        if (message.id == MessageId::WM_APP_BRAIN_READY) conversation.onBrainReady(message);
-        if (message.id == MessageId::WM_APP_TURN_DONE) conversation.onTurnDone(message);
-        if (message.id == MessageId::WM_APP_WAKE) conversation.onWake();
-        if (message.id == MessageId::WM_APP_UTTERANCE) conversation.decideUtterance(message);
-        if (message.id == MessageId::WM_APP_EARS_STATUS) conversation.onEarsStatus(message);
-    }
-
-    MessageQueue messages;
-    Brain brain{{}, models};
-    Assistant assistant{brain};
-    SpeechEngine speech;
-    Ears ears;
-    VoiceOut voice;
-    Bubble bubble;
-    Eyes eyes;
-    BringUp bringUp{brain, assistant, speech, ears, eyes, messages};
-    Conversation conversation{assistant, bringUp, ears, voice, bubble, messages};
+    Conversation& talk = velu.conversation;
+    BringUp& bringUp = velu.bringUp;
+    Bubble& bubble = velu.bubble;
+    Ears& ears = velu.ears;
 };
 
 TEST_F(ConversationTest, OfManyQuestionsTheLastIsAnsweredAndNothingOfTheOthersIsShown) {
     install(R"({"replies": [{"when": "number 9", "text": "The answer to the last question."}],
                 "default": {"text": "An answer to one of the others. It goes on.", "pieceMs": 20}})");
     bringUp.startBrainWorker();
-    conversation.startTurn("number 0");  // waits for the engine
+    talk.startTurn("number 0");  // waits for the engine
     EXPECT_TRUE(bringUp.brainStarting);
     ASSERT_TRUE(until([this] { return !bubble.text.empty(); }));
     EXPECT_TRUE(bringUp.brainReady);
     const uint64_t begin = tickCount();
-    for (int number = 1; number <= 9; ++number) {
-        conversation.startTurn("number " + std::to_string(number));
+    for (uint64_t number = 1; number <= 9; ++number) {
+        talk.startTurn("number " + std::to_string(number));
         EXPECT_EQ(bubble.text, "");
-        std::this_thread::sleep_for(std::chrono::milliseconds(number % 3 * 20));
+        (void)pauseUnlessCancelled(number % 3 * 20, nullptr);
     }
     EXPECT_LT(tickCount() - begin, 5000U) << "the window stood still";
     std::string seen;
     ASSERT_TRUE(until([&] {
         seen += bubble.text;
-        return !conversation.thinking;
+        return !talk.thinking;
     }));
     EXPECT_EQ(bubble.text, "The answer to the last question.");
     EXPECT_EQ(seen.find("others"), std::string::npos) << seen;
+    expectHideIn(6000, TurnDone{talk.turnNumber});
 }
 
 TEST_F(ConversationTest, ACancelledTurnIsOverAtOnceWhereverItIs) {
-    install(
-        R"({"loadMs": 60000, "default": {"text": "Slow words, slow words, slow words.", "pieceMs": 1000}})");
+    install(R"({"loadMs": 60000})");
     bringUp.startBrainWorker();
-    conversation.startTurn("while the engine loads");
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    uint64_t begin = tickCount();
-    conversation.end();
-    conversation.turnThread.join();
-    EXPECT_LT(tickCount() - begin, 5000U);  // 100 ms, and whatever a busy machine adds
-    begin = tickCount();
+    talk.startTurn("while the engine loads");
+    ASSERT_TRUE(until([this] { return velu.brain.process.id() != 0; }));
+    const uint64_t begin = tickCount();
+    talk.end();
+    talk.turnThread.join();
     bringUp.brainWorker.cancel();
     bringUp.brainWorker.join();
-    EXPECT_LT(tickCount() - begin, 5000U);
+    EXPECT_LT(tickCount() - begin, 5000U);  // 100 ms, and whatever a busy machine adds
 }
 
 TEST_F(ConversationTest, StatusLinesAreShownWhereTheyBelong) {
-    const auto status = [this](const std::string& line, uint64_t source) {
-        handle({MessageId::WM_APP_BRAIN_STATUS, 0, line, {}, source});
-    };
     bringUp.startNumber = bringUp.nextNumber();
-    status("Downloading", 1);
+    velu.windowProc(BrainReady{1, false});
+    EXPECT_EQ(bubble.text,
+              "I couldn't start my brain. Right-click me and choose \"Retry download\" to try again.");
+    velu.windowProc(BrainStatus{1, "Downloading"});
     EXPECT_EQ(bubble.text, "Getting my brain ready - one moment...");
     EXPECT_EQ(bubble.status, "Downloading");
-    handle({MessageId::WM_APP_BRAIN_READY, 0, {}, {}, 1});
+    expectHideIn(20000, BrainReady{1, false});
     EXPECT_EQ(bubble.text, "Downloading Right-click me and choose \"Retry download\" to try again.");
-    EXPECT_GT(conversation.bubbleHideAt, tickCount() + 19000);
 
-    // Of a start that was replaced nothing counts, but that the engine answers.
+    // Nothing of a start that was replaced counts, except that the engine answers.
     bringUp.startNumber = bringUp.nextNumber();
     bringUp.brainStarting = true;
-    status("Late", 1);
-    handle({MessageId::WM_APP_BRAIN_READY, 1, {}, {}, 1});
+    velu.windowProc(BrainStatus{1, "Late"});
+    velu.windowProc(BrainReady{1, true});
     EXPECT_EQ(bubble.status, "Downloading");
     EXPECT_FALSE(bringUp.brainReady);
-    handle({MessageId::WM_APP_BRAIN_READY, 1, {}, {}, 2});
+    velu.windowProc(BrainReady{2, true});
     EXPECT_TRUE(bringUp.brainReady);
     EXPECT_FALSE(bringUp.brainStarting);
     EXPECT_EQ(bubble.status, "");
 
-    // Ready, and no turn: remembered, not shown.
-    status("Waking up", 2);
+    // Ready and without a turn, a line is remembered, not shown.
+    velu.windowProc(BrainStatus{2, "Waking up"});
     EXPECT_EQ(bringUp.lastBrainStatus, "Waking up");
     EXPECT_EQ(bubble.status, "");
 }
 
 TEST_F(ConversationTest, TheBareNameIsAnsweredAndOpensTheEarsOnceItIsQuiet) {
-    handle({MessageId::WM_APP_WAKE});
+    velu.asleep = true;
+    velu.windowProc(Wake{});
+    EXPECT_FALSE(velu.asleep);
     EXPECT_EQ(bubble.status, "") << "nobody listens any more";
     ears.capturing = true;
-    handle({MessageId::WM_APP_WAKE});
+    velu.windowProc(Wake{});
     EXPECT_EQ(bubble.status, "Listening...");
     ears.capturing = false;
     ears.running = true;
-    handle({MessageId::WM_APP_UTTERANCE, 2, "Velu."});
+    expectHideIn(7000 + 4 * 60, Utterance{1, false, "Velu.", {}});
     EXPECT_EQ(bubble.text, "Yes?");
     EXPECT_EQ(bubble.status, "") << "while it speaks it is deaf";
     const uint64_t asked = tickCount();
     ASSERT_TRUE(soon([this] {
-        conversation.guideEars();
+        talk.guideEars();
         EXPECT_NE(ears.muted, ears.followUpRequested);
         return ears.followUpRequested.load();
     }));
     EXPECT_GE(tickCount() - asked, 1020U - 50) << "the time of four bytes, and the tail";
     EXPECT_EQ(bubble.status, "Listening...");
-    // The microphone is switched off: no request waits for its return.
-    conversation.stopListening();
+    talk.stopListening();
     EXPECT_FALSE(ears.followUpRequested);
     EXPECT_EQ(bubble.status, "");
+    ears.running = false;
 
     install(R"({"default": {"text": "At your service.", "pieceMs": 1}})");
-    handle({MessageId::WM_APP_UTTERANCE, 3, "what time is it?", {}, 0, {0, 1, 2}});
+    velu.windowProc(Utterance{2, true, "of another session", {}});
+    EXPECT_FALSE(talk.thinking);
+    velu.windowProc(Utterance{1, true, "what time is it?", {0, 1, 2}});
     EXPECT_EQ(bubble.status, "Heard: what time is it?");
-    EXPECT_TRUE(conversation.thinking);
-    // Called and then not understood, it doesn't go on to say that it listens.
-    bubble.setStatus("Listening...");
-    handle({MessageId::WM_APP_UTTERANCE, 2, "Never mind."});
-    EXPECT_EQ(bubble.status, "");
-    bubble.setStatus("Heard: what time is it?");
-    handle({MessageId::WM_APP_EARS_STATUS, 0, "I can't hear anything."});
-    handle({MessageId::WM_APP_UTTERANCE, 0});
+    EXPECT_TRUE(talk.thinking);
+    velu.windowProc(EarsProblem{0, "I can't hear anything."});
+    velu.windowProc(Utterance{1, false, "", {}});
     EXPECT_EQ(bubble.status, "Heard: what time is it?") << "a turn isn't disturbed";
-    ASSERT_TRUE(until([this] { return !conversation.thinking; }));
+    // Called, and then not understood.
+    ears.capturing = true;
+    velu.windowProc(Wake{});
+    ears.capturing = false;
+    velu.windowProc(Utterance{1, false, "Never mind.", {}});
+    EXPECT_EQ(bubble.status, "");
+    ASSERT_TRUE(until([this] { return !talk.thinking; }));
     EXPECT_EQ(bubble.text, "At your service.");
 }
 
 TEST_F(ConversationTest, TheEarsLinesAreShownWhereTheyBelong) {
-    const auto status = [this](const std::string& line, uint64_t source) {
-        handle({MessageId::WM_APP_EARS_STATUS, 0, line, {}, source});
-    };
     bringUp.earsNumber = bringUp.nextNumber();
-    for (const std::string line :
-         {"Finding the speech engine...", "Unpacking speech engine...", "Downloading ears... 7%"}) {
-        status(line, 1);
-        EXPECT_EQ(bubble.text, "Setting up my ears - one moment...");
-        EXPECT_EQ(bubble.status, line);
-    }
-    status("I couldn't load my wake-word model.", 0);
-    EXPECT_EQ(bubble.text, "I couldn't load my wake-word model.");
+    velu.windowProc(EarsProgress{1, "Downloading ears... 7%"});
+    EXPECT_EQ(bubble.text, "Setting up my ears - one moment...");
+    EXPECT_EQ(bubble.status, "Downloading ears... 7%");
+    talk.stopListening();
     EXPECT_EQ(bubble.status, "");
-    EXPECT_GT(conversation.bubbleHideAt, tickCount() + 8000);
+    const std::string problem = "I couldn't load my wake-word model.";
+    expectHideIn(9000, EarsProblem{0, problem});
+    EXPECT_EQ(talk.statementUntil, talk.bubbleHideAt);
     bringUp.stopEars();
-    status("of a start that was replaced", 1);
+    velu.windowProc(EarsProblem{1, "of a start that was replaced"});
     bubble.typing = true;
-    status("while the user types", bringUp.earsNumber);
-    EXPECT_EQ(bubble.text, "I couldn't load my wake-word model.");
+    velu.windowProc(EarsProblem{bringUp.earsNumber, "while the user types"});
+    velu.windowProc(EarsProgress{bringUp.earsNumber, "Downloading"});
+    EXPECT_EQ(bubble.text, problem);
+}
+
+TEST_F(ConversationTest, ItGreetsAndClosesTheBubbleOnlyWhenItIsFree) {
+    const std::function<void(bool)> uses[] = {
+        [this](bool on) { talk.thinking = on; },
+        [this](bool on) { bubble.typing = on; },
+        [this](bool on) { velu.voice.pending = on ? 1 : 0; },
+        [this](bool on) { ears.capturing = on; },
+    };
+    for (const auto& use : uses) {
+        use(true);
+        talk.bubbleHideAt = 1;
+        talk.closeWhenDue(false);
+        EXPECT_EQ(talk.bubbleHideAt, 1U);
+        const bool isGreeted = ears.capturing;
+        velu.windowProc(Greet{bringUp.eyesNumber, "Ada"});
+        EXPECT_EQ(bubble.text == "Hi Ada!", isGreeted);
+        use(false);
+        talk.bubbleHideAt = 1;
+        talk.closeWhenDue(false);
+        EXPECT_EQ(talk.bubbleHideAt, 0U);
+    }
+    talk.stopSpeaking();
+    velu.windowProc(Greet{bringUp.eyesNumber + 1, "Bob"});
+    velu.asleep = true;
+    velu.windowProc(Greet{bringUp.eyesNumber, "Bob"});
+    EXPECT_EQ(bubble.text, "Hi Ada!");
 }
 
 }  // namespace

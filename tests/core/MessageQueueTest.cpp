@@ -7,21 +7,21 @@
 namespace {
 
 TEST(Messages, NothingThatManyThreadsPostIsLostAndEachThreadsOrderIsKept) {
-    constexpr int threads = 4;
-    constexpr int each = 500;
+    constexpr size_t threads = 4;
+    constexpr uint64_t each = 500;
     MessageQueue queue;
     std::vector<std::thread> posters;
-    for (int thread = 0; thread < threads; ++thread) {
+    for (size_t thread = 0; thread < threads; ++thread) {
         posters.emplace_back([&queue, thread] {
-            for (int i = 0; i < each; ++i) {
-                queue.post({MessageId::WM_APP_SENTENCE, static_cast<uint64_t>(thread), std::to_string(i)});
-            }
+            for (uint64_t i = 0; i < each; ++i)
+                queue.post(Sentence{thread, "", i});
         });
     }
-    std::vector<int> next(threads, 0);
-    for (int taken = 0; taken < threads * each;) {
+    std::vector<uint64_t> next(threads, 0);
+    for (uint64_t taken = 0; taken < threads * each;) {
         for (const Message& message : queue.take()) {
-            EXPECT_EQ(message.text, std::to_string(next[message.parameter]++));
+            const auto& sentence = std::get<Sentence>(message);
+            EXPECT_EQ(sentence.firstTokenTick, next[sentence.turn]++);
             ++taken;
         }
     }

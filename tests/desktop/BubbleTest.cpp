@@ -8,26 +8,19 @@
 #include <QAccessible>
 #include <QCoreApplication>
 
-#include "support/Soon.h"
-#include "support/XDesktop.h"
+#include "desktop/OnDesktop.h"
 
 namespace {
 
 constexpr Colour sand{230, 200, 140};
 constexpr Rect headPlace{500, 400, 704, 640};
 
-std::string placeWords(int32_t x, int32_t y) {
-    return "mousemove " + std::to_string(x) + " " + std::to_string(y) + " ";
-}
-
-class BubbleOnDesktop : public testing::Test {
+class BubbleOnDesktop : public OnDesktop {
 protected:
-    void prepare(XDesktop::Kind kind) {
-        display = std::make_unique<XDesktop>(kind);
+    BubbleOnDesktop() { makeBubble(); }
+
+    void makeBubble() {
         display->paintBackdrop(sand, sand);
-        std::string problem;
-        desktop = Desktop::connect(problem);
-        ASSERT_NE(desktop, nullptr) << problem;
         bubble = std::make_unique<Bubble>();
         bubble->create(*desktop, 96);
         bubble->onSubmit = [this](const std::string& question) {
@@ -41,37 +34,28 @@ protected:
         bubble->anchor(headPlace);
     }
 
-    /// Whether something comes true while the desktop's events are handled.
-    template <typename Condition>
-    bool comes(Condition condition) {
-        return soon([&] {
-            desktop->processEvents();
-            return condition();
-        });
-    }
-
     XDesktop::Window panel() const { return display->findWindow("Velu says", getpid()); }
 
     bool isFocused(XDesktop::Window window) {
-        return window != 0 && comes([&] { return display->focus() == window; });
+        return window != 0 && eventually([&] { return display->focus() == window; });
     }
 
     /// Opens the chat box and waits until keys come to it.
     void openChat() {
         bubble->openChat();
-        ASSERT_TRUE(comes([this] { return panel() != 0 && display->focus() == panel(); }));
+        ASSERT_TRUE(eventually([this] { return panel() != 0 && display->focus() == panel(); }));
     }
 
     /// The panel as it is on the screen, once it has its place and nothing changes any more.
     Screenshot picture() {
         Screenshot last;
         int steady = 0;
-        EXPECT_TRUE(comes([&] {
+        EXPECT_TRUE(eventually([&] {
             const Rect place = panel() == 0 ? Rect{} : display->rectangle(panel());
             Screenshot now = display->picture(place);
             steady = !now.pixels.empty() && now.pixels == last.pixels ? steady + 1 : 0;
             last = std::move(now);
-            return steady == 20;
+            return steady == 10;
         }));
         return last;
     }
@@ -86,8 +70,6 @@ protected:
         return count;
     }
 
-    std::unique_ptr<XDesktop> display;
-    std::unique_ptr<Desktop> desktop;
     std::unique_ptr<Bubble> bubble;
     std::vector<std::string> questions;
     int dismissals = 0;
@@ -96,25 +78,21 @@ protected:
 TEST_F(BubbleOnDesktop, TakesAQuestionAndLeavesTheKeyboardWithTheUserBesides) {
     for (const XDesktop::Kind kind : {XDesktop::Kind::managed, XDesktop::Kind::bare}) {
         bubble.reset();
-        desktop.reset();
-        display.reset();
-        questions.clear();
-        prepare(kind);
+        connect(kind);
+        makeBubble();
         const XDesktop::Window user = display->openUserWindow();
         bubble->showText("Hi!");
-        ASSERT_TRUE(comes([this] { return panel() != 0; }));
+        ASSERT_TRUE(eventually([this] { return panel() != 0; }));
         picture();
         EXPECT_EQ(display->focus(), user);
 
         openChat();
-        display->act("key space Tab space Return");
-        display->act("key space");
-        display->act("type hello&");
+        display->act("key space Tab space Return space h e l l o");
         bubble->appendSentence("A sentence doesn't disturb the typing.");
-        display->act("type you");
+        display->act("type &you");
         display->act("key space Return");
-        EXPECT_TRUE(comes([this] { return !questions.empty(); }));
-        EXPECT_EQ(questions, std::vector<std::string>{"hello&you"});
+        EXPECT_TRUE(eventually([this] { return !questions.empty(); }));
+        EXPECT_EQ(std::exchange(questions, {}), std::vector<std::string>{"hello&you"});
         EXPECT_TRUE(isFocused(user));
         EXPECT_TRUE(bubble->isVisible());
         EXPECT_FALSE(bubble->typing);
@@ -123,79 +101,45 @@ TEST_F(BubbleOnDesktop, TakesAQuestionAndLeavesTheKeyboardWithTheUserBesides) {
 }
 
 TEST_F(BubbleOnDesktop, EscapeAndAnotherWindowDismissTheChatBox) {
-    prepare(XDesktop::Kind::managed);
     openChat();
     bubble->endTyping();
-    EXPECT_TRUE(comes([this] { return panel() != 0 && display->focus() != panel(); }));
+    EXPECT_TRUE(eventually([this] { return panel() != 0 && display->focus() != panel(); }));
     const XDesktop::Window user = display->openUserWindow();
-    openChat();
-    display->act("key Escape");
-    EXPECT_TRUE(comes([this] { return panel() == 0; }));
-    EXPECT_TRUE(isFocused(user));
-    EXPECT_EQ(dismissals, 1);
-
-    openChat();
     const Rect place = display->rectangle(user);
-    display->act(placeWords(place.left + 10, place.top + 10) + "click 1");
-    EXPECT_TRUE(comes([this] { return panel() == 0; }));
-    EXPECT_TRUE(isFocused(user));
-    EXPECT_EQ(dismissals, 2);
-
-    // Who has the keyboard then keeps it.
+    for (const int road : {1, 2}) {
+        openChat();
+        road == 1 ? display->act("key Escape") : clickAt(place.left + 10, place.top + 10);
+        EXPECT_TRUE(eventually([this] { return panel() == 0; }));
+        EXPECT_TRUE(isFocused(user));
+        EXPECT_EQ(dismissals, road);
+    }
+    // A window that takes the keyboard meanwhile keeps it.
     openChat();
     const XDesktop::Window other = display->openUserWindow();
-    EXPECT_TRUE(comes([this] { return panel() == 0; }));
+    EXPECT_TRUE(eventually([this] { return panel() == 0; }));
     EXPECT_EQ(dismissals, 3);
     EXPECT_TRUE(isFocused(other));
 }
 
 TEST_F(BubbleOnDesktop, AClickDismissesAMessageButNotTheChatBox) {
-    prepare(XDesktop::Kind::composited);
-    std::string problem;
-    HeadWindowEvents events;
-    int clicks = 0;
-    bool pressed = false;
-    events.pointer = [&](PointerAction action, Point) {
-        const bool clicked = pressed && action == PointerAction::release;
-        pressed = action == PointerAction::press;
-        if (!clicked) return;
-        ++clicks;
-        bubble->typing ? bubble->hide() : bubble->openChat();
-    };
-    const auto head =
-        HeadWindow::create(*desktop, "Velu", headPlace.width(), headPlace.height(), events, problem);
-    ASSERT_NE(head, nullptr) << problem;
-    head->setClickable({{0, 0, headPlace.width(), headPlace.height()}});
-    head->place(headPlace, true);
-    const std::string onHead = placeWords(600, 520) + "click 1";
-    ASSERT_TRUE(comes([&] { return display->findWindow("Velu", getpid()) != 0; }));
-
     bubble->showText("Click me away.");
     picture();
     const Rect place = display->rectangle(panel());
-    const std::string onPanel = placeWords(place.left + 60, place.top + 10) + "click 1";
     // Beside the pointer there is no panel.
-    display->act(placeWords(place.left + 20, place.bottom - 4) + "click 1");
-    EXPECT_TRUE(comes([this] { return display->backdropPresses() == 1; }));
+    clickAt(place.left + 20, place.bottom - 4);
+    EXPECT_TRUE(eventually([this] { return display->backdropPresses() == 1; }));
     EXPECT_TRUE(bubble->isVisible());
-    display->act(onPanel);
-    EXPECT_TRUE(comes([this] { return panel() == 0; }));
-
-    display->act(onHead);
-    ASSERT_TRUE(comes([this] { return panel() != 0 && display->focus() == panel(); }));
-    display->act(onPanel);
+    clickAt(place.left + 60, place.top + 10);
+    EXPECT_TRUE(eventually([this] { return panel() == 0; }));
+    openChat();
+    clickAt(place.left + 60, place.top + 10);
     display->act("type x");
     picture();
     EXPECT_TRUE(bubble->typing);
-    display->act(onHead);
-    EXPECT_TRUE(comes([&] { return clicks == 2; }));
-    EXPECT_TRUE(comes([this] { return panel() == 0; }));
-    EXPECT_FALSE(bubble->typing);
     EXPECT_EQ(dismissals, 0);
 }
 
 TEST_F(BubbleOnDesktop, TheNewestLinesAreInViewAndEveryCharacterStandsForItself) {
-    prepare(XDesktop::Kind::managed);
     bubble->showText("&");
     Screenshot seen = picture();
     EXPECT_GT(brightPixels(seen, {14, 12, 326, 56}), 20);
@@ -218,7 +162,6 @@ TEST_F(BubbleOnDesktop, TheNewestLinesAreInViewAndEveryCharacterStandsForItself)
 }
 
 TEST_F(BubbleOnDesktop, AScreenReaderFindsTheWords) {
-    prepare(XDesktop::Kind::bare);
     bubble->showText("Hi Anna!");
     bubble->openChat();
     bubble->setStatus("Thinking...");
@@ -229,17 +172,6 @@ TEST_F(BubbleOnDesktop, AScreenReaderFindsTheWords) {
     EXPECT_EQ(words->text(QAccessible::Name), "Hi Anna!\nThinking...");
     ASSERT_EQ(words->childCount(), 1);
     EXPECT_EQ(words->child(0)->text(QAccessible::Name), "Ask Velu anything...");
-}
-
-TEST(BubbleWithoutAPanel, DoesNothing) {
-    Bubble bubble;
-    bubble.anchor(headPlace);
-    bubble.appendSentence("a");
-    bubble.openChat();
-    bubble.endTyping();
-    bubble.hide();
-    EXPECT_FALSE(bubble.isVisible());
-    EXPECT_FALSE(bubble.typing);
 }
 
 }  // namespace

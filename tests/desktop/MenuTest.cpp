@@ -1,7 +1,8 @@
-// The menu and the tray's icon on a desktop of other programs.
+// The menu and the tray's icon on a desktop of other programs, and the head's name for a screen reader.
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QMenu>
@@ -9,10 +10,8 @@
 #include <optional>
 #include <utility>
 
-#include "platform/desktop.h"
+#include "desktop/OnDesktop.h"
 #include "platform/menu_view.h"
-#include "support/Soon.h"
-#include "support/XDesktop.h"
 
 namespace {
 
@@ -20,12 +19,10 @@ constexpr Rect headPlace{600, 300, 804, 540};
 constexpr Colour eyes{64, 224, 255};
 
 /// A head, a menu and the window that the user works in.
-class Menu : public testing::Test {
+class Menu : public OnDesktop {
 protected:
     void SetUp() override {
         std::string problem;
-        desktop = Desktop::connect(problem);
-        ASSERT_NE(desktop, nullptr) << problem;
         HeadWindowEvents head;
         head.pointer = [](PointerAction, Point) {};
         head.closed = [] {};
@@ -35,8 +32,8 @@ protected:
         window->setClickable({{0, 0, 204, 240}});
         window->place(headPlace, true);
         makeMenu();
-        userWindow = display.openUserWindow();
-        ASSERT_TRUE(eventually([this] { return display.focus() == userWindow; }));
+        userWindow = display->openUserWindow();
+        ASSERT_TRUE(eventually([this] { return display->focus() == userWindow; }));
     }
 
     void makeMenu() {
@@ -48,41 +45,35 @@ protected:
         menu = std::make_unique<MenuView>(*desktop, "Velu", std::move(events));
     }
 
-    template <typename Condition>
-    bool eventually(Condition condition) {
-        return soon([&] {
-            desktop->processEvents();
-            return condition();
-        });
-    }
-
-    /// Whether the menu comes and can be seen: it is bright, and nothing else is.
+    /// Returns whether the menu opens and can be seen: it is bright, and nothing else is.
     bool opens() {
         return eventually([this] {
             if (!menu->isOpen()) return false;
             const QRect place = popup()->geometry();
-            return display.picture().at(place.center().x(), place.top() + 4).red > 128;
+            return display->picture().at(place.center().x(), place.top() + 4).red > 128;
         });
+    }
+
+    bool closes() {
+        return eventually([this] { return !menu->isOpen(); });
     }
 
     static QMenu* popup() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
 
-    /// Whether this, and nothing else, is what the menu reports next.
+    /// Returns whether this, and nothing else, is what the menu reports next.
     bool reports(const std::string& expected) {
         return eventually([&] { return told == expected; }) && !std::exchange(told, "").empty();
     }
 
     /// A place on the tray's icon, if it can be seen: an eye.
     std::optional<Point> icon() const {
-        const Screenshot picture = display.picture({0, 0, XDesktop::width, 40});
+        const Screenshot picture = display->picture({0, 0, XDesktop::width, 40});
         const auto first = std::find(picture.pixels.begin(), picture.pixels.end(), eyes);
         if (first == picture.pixels.end()) return std::nullopt;
         const auto index = static_cast<int32_t>(first - picture.pixels.begin());
         return Point{index % picture.width, index / picture.width};
     }
 
-    XDesktop display{XDesktop::Kind::managed};
-    std::unique_ptr<Desktop> desktop;
     std::unique_ptr<HeadWindow> window;
     std::unique_ptr<MenuView> menu;
     XDesktop::Window userWindow = 0;
@@ -92,7 +83,7 @@ protected:
 };
 
 TEST_F(Menu, HasTheKeyboardWhileAnotherProgramHasTheFocus) {
-    display.act("mousemove 700 420 click 3");
+    clickAt(700, 420, "3");
     ASSERT_TRUE(opens());
     EXPECT_EQ(popup()->geometry().bottomLeft(), QPoint(700, 419));
     const QList<QAction*> actions = popup()->actions();
@@ -102,39 +93,37 @@ TEST_F(Menu, HasTheKeyboardWhileAnotherProgramHasTheFocus) {
     EXPECT_TRUE(actions[1]->isChecked());
     EXPECT_TRUE(actions[2]->isCheckable() && !actions[2]->isChecked());
     EXPECT_TRUE(actions[3]->isSeparator());
-    display.act("key Down Down Down Down Return");
+    display->act("key Down Down Down Down Return");
     EXPECT_TRUE(reports("4 ")) << told;
-    EXPECT_EQ(display.focus(), userWindow);
+    EXPECT_EQ(display->focus(), userWindow);
 
-    items[0].checked = true;  // as the menu is opened, so it shows
-    display.act("click 3");
+    items[0].checked = true;  // shows with the next opening
+    display->act("click 3");
     ASSERT_TRUE(opens());
     EXPECT_TRUE(popup()->actions().front()->isChecked());
-    display.act("key Escape");
-    EXPECT_TRUE(eventually([this] { return !menu->isOpen(); }));
-    display.act("click 3");
+    display->act("key Escape");
+    EXPECT_TRUE(closes());
+    display->act("click 3");
     ASSERT_TRUE(opens());
-    display.act("mousemove 20 650 click 1");
-    EXPECT_TRUE(eventually([this] { return !menu->isOpen(); }));
+    clickAt(20, 650);
+    EXPECT_TRUE(closes());
     EXPECT_EQ(told, "");
-}
 
-TEST_F(Menu, StaysOnTheScreen) {
-    for (const Point place : {Point{300, 0}, Point{300, 30}, Point{990, 699}, Point{0, 699}, Point{999, 0}}) {
+    for (const Point place : {Point{300, 0}, Point{990, 699}, Point{0, 699}, Point{999, 0}}) {
         menu->popup(place);
         ASSERT_TRUE(opens());
         const QRect shown = popup()->geometry();
         EXPECT_TRUE(QRect(0, 0, XDesktop::width, XDesktop::height).contains(shown)) << place.y;
-        // It covers the pointer nowhere but where the screen ends.
+        // It covers the pointer only where the screen ends.
         EXPECT_TRUE(place.y < 200 ? shown.top() >= place.y : shown.bottom() < place.y) << place.y;
-        display.act("key Escape");
-        EXPECT_TRUE(eventually([this] { return !menu->isOpen(); }));
+        display->act("key Escape");
+        EXPECT_TRUE(closes());
     }
 }
 
 TEST_F(Menu, HangsOnTheTraysIconWhicheverComesFirst) {
     EXPECT_FALSE(icon());
-    display.startTray();
+    display->startTray();
     for (const bool trayWasFirst : {false, true}) {
         if (trayWasFirst) {
             menu.reset();
@@ -147,13 +136,24 @@ TEST_F(Menu, HangsOnTheTraysIconWhicheverComesFirst) {
             const Point before = std::exchange(place, icon().value_or(Point{}));
             return place == before && icon();
         })) << trayWasFirst;
-        display.act("mousemove " + std::to_string(place.x) + " " + std::to_string(place.y) + " click 1");
+        clickAt(place.x, place.y);
         EXPECT_TRUE(reports("icon ")) << told;
-        display.act("click 3");
+        display->act("click 3");
         ASSERT_TRUE(opens());
-        display.act("key Down Return");
+        display->act("key Down Return");
         EXPECT_TRUE(reports("1 ")) << told;
     }
+}
+
+TEST_F(Menu, AScreenReaderFindsTheHeadByName) {
+    desktop->processEvents();
+    QAccessibleInterface* program = QAccessible::queryAccessibleInterface(QCoreApplication::instance());
+    ASSERT_NE(program, nullptr);
+    const QAccessibleInterface* head = program->child(0);
+    ASSERT_NE(head, nullptr);
+    EXPECT_EQ(head->text(QAccessible::Name), "Velu");
+    EXPECT_FALSE(head->state().invisible);
+    EXPECT_EQ(head->rect().size(), QSize(204, 240));
 }
 
 }  // namespace

@@ -3,26 +3,25 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "core/Companion.h"
+#include "core/MenuCommands.h"
 #include "core/WindowMode.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
-#include "foundation/Settings.h"
 #include "support/EngineFolder.h"
+#include "support/Soon.h"
 #include "support/SoundServer.h"
+#include "support/TestData.h"
 #include "support/XDesktop.h"
 
-inline const std::vector<ModelInfo> sessionModels = {{"Small model", "small.gguf", "/small.gguf", 1000},
-                                                     {"Large model", "large.gguf", "/large.gguf", 2000},
-                                                     {"Other model", "other.gguf", "/other.gguf", 3000}};
-
 inline constexpr const char* sessionScript = R"({"replies": [
-    {"when": "story", "pieceMs": 120, "text": "Once upon a time there was a robot. It had a very large head. It told very long stories to everybody who asked. Nobody ever heard the end of them. They went on and on and on."},
+    {"when": "story", "pieceMs": 60, "text": "Once upon a time there was a robot. It had a very large head. It told very long stories to everybody who asked."},
     {"when": "remind", "role": "user", "calls": [{"name": "set_timer", "arguments": {"minutes": 0.001, "label": "turn off the oven"}}]},
     {"when": "slow", "pieceMs": 500, "text": "This answer takes its time. It really does take a lot of time, word by word by word by word."}],
     "default": {"text": "I am fine, thank you. The sun is shining today.", "pieceMs": 20}})";
@@ -35,18 +34,23 @@ protected:
     Session() {
         for (const bool useGpu : {false, true})
             installFakeEngine(dataFolder(), useGpu, sessionScript);
-        for (const ModelInfo& model : sessionModels)
+        for (const ModelInfo& model : models)
             placeModel(joinPath(modelsFolder(), model.file), model.size);
-        Settings::instance().micOn = false;
-        Endpoints nowhere;
-        nowhere.releases = nowhere.models = "http://127.0.0.1:1";
-        velu = std::make_unique<Companion>(nowhere, sessionModels);
-        velu->brain.port = freePort();
-        velu->brain.probeGpu = [] { return false; };
+        settings.micOn = false;
+        makeCompanion();
     }
 
-    ~Session() override {
-        if (velu->window) shutDownCompanion(*velu);
+    ~Session() override { shutDownCompanion(*velu); }
+
+    void makeCompanion(const std::string& modelHost = "http://127.0.0.1:1") {
+        Endpoints endpoints;
+        endpoints.releases = "http://127.0.0.1:1";
+        endpoints.models = modelHost;
+        velu = std::make_unique<Companion>(settings, endpoints, models);
+        velu->brain.port = freePort();
+        velu->brain.probeGpu = [] { return false; };
+        velu->speech.port = freePort();
+        velu->speech.probeCuda = [] { return false; };
     }
 
     void start() { ASSERT_TRUE(startCompanion(*velu)); }
@@ -60,13 +64,12 @@ protected:
     }
 
     template <typename Condition>
-    bool until(Condition condition, std::chrono::milliseconds patience = std::chrono::milliseconds(60000)) {
-        const auto end = std::chrono::steady_clock::now() + patience;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            velu->pass();
-        }
-        return true;
+    bool until(Condition condition, std::chrono::milliseconds patience = std::chrono::seconds(60)) {
+        return soon(condition, patience, [this] { velu->pass(); });
+    }
+
+    void runFor(int ms) {
+        (void)until([] { return false; }, std::chrono::milliseconds(ms));
     }
 
     void click(const std::string& button = "1") const {
@@ -89,16 +92,26 @@ protected:
         ASSERT_TRUE(until([this] { return !velu->bubble.typing; }));
     }
 
+    void openSettings() {
+        carryOut(*velu, MenuCommand::settings);
+        ASSERT_TRUE(until(
+            [this] { return desktop.findWindow("Velu Settings", getpid()) == desktop.activeWindow(); }));
+    }
+
     XDesktop::Window panel() const { return desktop.findWindow("Velu says", getpid()); }
     bool shows(const std::string& words) const { return velu->bubble.text.find(words) != std::string::npos; }
     bool isQuiet() const { return velu->voice.pending == 0 && !velu->conversation.thinking; }
 
-    static std::string contentOf(const std::string& name) {
-        std::string text;
-        EXPECT_TRUE(readWholeFile(joinPath(dataFolder(), name), text));
-        return text;
+    /// How many hundredths of a second were loud, of those that were recorded from `begin` on.
+    int64_t loudTime(size_t begin = 0) const {
+        const std::vector<double> loudness = sound.loudness();
+        return std::count_if(loudness.begin() + static_cast<std::ptrdiff_t>(begin), loudness.end(),
+                             [](double l) { return l > 0.01; });
     }
 
+    static inline const std::vector<ModelInfo> models = {{"Small model", "small.gguf", "/small.gguf", 1000},
+                                                         {"Large model", "large.gguf", "/large.gguf", 2000}};
+    Settings& settings = Settings::instance();
     XDesktop desktop{XDesktop::Kind::composited};
     SoundServer sound;
     std::unique_ptr<Companion> velu;

@@ -2,15 +2,13 @@
 
 #include <signal.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <stdexcept>
 #include <utility>
 
-#include "core/MenuCommands.h"
 #include "desktop/Session.h"
 #include "foundation/Ticks.h"
 #include "support/LoopbackServer.h"
@@ -41,13 +39,14 @@ double likeness(const std::vector<double>& jaw, const std::vector<double>& loudn
 }
 
 TEST_F(Session, AnswersInTheBubbleAndAloudWithTheJawInStep) {
-    Settings::instance().userName.set("Ada");
+    settings.userName.set("Ada");
     sound.record();
     start();
     EXPECT_TRUE(velu->bubble.isVisible());
     EXPECT_EQ(velu->bubble.text, "Hi Ada! Click me to chat, or right-click for settings.");
     EXPECT_EQ(velu->voice.pending, 1);
-    ASSERT_TRUE(until([this] { return velu->bringUp.brainReady && isQuiet(); }));
+    ASSERT_TRUE(until([this] { return velu->bringUp.brainReady; }));
+    velu->conversation.stopSpeaking();
     EXPECT_FALSE(velu->bubble.isVisible());
 
     const XDesktop::Window mine = desktop.openUserWindow();
@@ -71,29 +70,30 @@ TEST_F(Session, AnswersInTheBubbleAndAloudWithTheJawInStep) {
         if (texts.empty() || texts.back() != velu->bubble.text) texts.push_back(velu->bubble.text);
         states.insert(velu->animator.state);
         if (velu->voice.pending > 0) wasMuted = wasMuted && velu->conversation.speaking.isMuted(tickCount());
-        return isQuiet() && !velu->bubble.isVisible();
+        return isQuiet() && velu->animator.state == HeadState::Idle;
     }));
     // Nothing, then sentence by sentence.
     EXPECT_EQ(texts.front(), "");
-    EXPECT_GT(texts.size(), 3U);
+    EXPECT_GT(texts.size(), 2U);
     for (size_t i = 1; i < texts.size(); ++i) {
         EXPECT_TRUE(texts[i].starts_with(texts[i - 1])) << texts[i];
         EXPECT_EQ(texts[i].back(), '.');
     }
     EXPECT_EQ(states, (std::set<HeadState>{HeadState::Thinking, HeadState::Speaking, HeadState::Idle}));
     EXPECT_TRUE(wasMuted);
+    EXPECT_TRUE(until([this] { return !velu->bubble.isVisible(); }));
 
     std::vector<double> loudness = sound.loudness();
     loudness.erase(loudness.begin(), loudness.begin() + static_cast<std::ptrdiff_t>(heardBefore));
-    EXPECT_GT(std::count_if(loudness.begin(), loudness.end(), [](double l) { return l > 0.01; }), 400);
+    EXPECT_GT(loudTime(heardBefore), 200);
     int bestLag = 0;
     for (int lag = -100; lag <= 100; ++lag) {
         if (likeness(jaw, loudness, lag) > likeness(jaw, loudness, bestLag)) bestLag = lag;
     }
     EXPECT_GT(likeness(jaw, loudness, bestLag), 0.3);
     EXPECT_LT(std::abs(bestLag), 30) << "of 10 ms";
-    EXPECT_NE(contentOf("velu.log").find("turn: question "), std::string::npos);
-    EXPECT_EQ(contentOf("velu.log").find("none"), std::string::npos) << contentOf("velu.log");
+    EXPECT_NE(dataText("velu.log").find("turn: question "), std::string::npos);
+    EXPECT_EQ(dataText("velu.log").find("none"), std::string::npos) << dataText("velu.log");
 }
 
 TEST_F(Session, TheNewestQuestionWins) {
@@ -106,12 +106,8 @@ TEST_F(Session, TheNewestQuestionWins) {
     EXPECT_LE(velu->voice.pending, 1);
     ASSERT_TRUE(until([this] { return isQuiet() && velu->bubble.text.size() > 20; }));
     EXPECT_EQ(velu->bubble.text, "I am fine, thank you. The sun is shining today.");
-    // Two short sentences are heard; the story would have gone on for eight seconds and more.
-    const std::vector<double> loudness = sound.loudness();
-    EXPECT_LT(std::count_if(loudness.begin() + static_cast<std::ptrdiff_t>(cut), loudness.end(),
-                            [](double l) { return l > 0.01; }),
-              500);
-    EXPECT_NE(contentOf("velu.log").find("done never (cut off)"), std::string::npos);
+    EXPECT_LT(loudTime(cut), 400) << "two short sentences, and nothing of the story";
+    EXPECT_NE(dataText("velu.log").find("done never (cut off)"), std::string::npos);
 }
 
 TEST_F(Session, AReminderWakesTheHead) {
@@ -131,7 +127,6 @@ TEST_F(Session, AClickOpensTheChatBoxAndManyThingsCloseIt) {
     EXPECT_TRUE(until([this] { return velu->animator.winking; }));
     EXPECT_TRUE(velu->bubble.typing);
     velu->bubble.hide();
-    until([] { return false; }, milliseconds(600));
     const XDesktop::Window mine = desktop.openUserWindow();
     ASSERT_TRUE(until([&] { return desktop.focus() == mine; }));
     const std::pair<const char*, std::function<void()>> roads[] = {
@@ -143,20 +138,18 @@ TEST_F(Session, AClickOpensTheChatBoxAndManyThingsCloseIt) {
                          std::to_string(place.top + 20) + " click 1");
          }}};
     for (const auto& [name, close] : roads) {
+        runFor(500);  // an earlier press would be a double click
         openChat();
-        // A press that follows at once would be a double click.
-        until([] { return false; }, milliseconds(600));
+        runFor(500);
         close();
         EXPECT_TRUE(until([this] { return !velu->bubble.isVisible(); })) << name;
         EXPECT_TRUE(until([&] { return desktop.focus() == mine; })) << name;
-        until([] { return false; }, milliseconds(600));
     }
 }
 
 TEST_F(Session, EveryMenuEntryDoesWhatItSays) {
     startReady();
-    const Settings& settings = Settings::instance();
-    const auto saved = [] { return json::parse(contentOf("settings.json"), nullptr, false); };
+    const auto saved = [] { return json::parse(dataText("settings.json"), nullptr, false); };
     const auto choose = [this](MenuCommand command) { carryOut(*velu, command); };
     choose(MenuCommand::ask);
     EXPECT_TRUE(velu->bubble.typing);
@@ -179,35 +172,30 @@ TEST_F(Session, EveryMenuEntryDoesWhatItSays) {
     click();  // wakes it, and opens nothing
     EXPECT_TRUE(until([this] { return !velu->asleep && velu->animator.winking; }));
     EXPECT_FALSE(velu->bubble.typing);
-    Settings::instance().micOn = true;
+    settings.micOn = true;
     choose(MenuCommand::listen);
     choose(MenuCommand::useCamera);
     EXPECT_EQ(saved()["micOn"], false);
     EXPECT_EQ(saved()["camOn"], true);
     choose(MenuCommand::settings);
     EXPECT_TRUE(velu->settingsWindow.isOpen());
-    // The real menu, from the head, with the keyboard: its last entry ends the program.
     velu->settingsWindow.close();
+    // The real menu, from the head, with the keyboard: its last entry ends the program.
     click("3");
     ASSERT_TRUE(until([this] { return velu->menu->isOpen(); }));
     velu->conversation.say("Something is said while the menu is open.");
     const double before = velu->animator.clock;
-    until([] { return false; }, milliseconds(300));
-    EXPECT_GT(velu->animator.clock, before) << "the head stands still";
+    ASSERT_TRUE(until([&] { return velu->animator.clock > before; })) << "the head stands still";
     EXPECT_TRUE(velu->bubble.isVisible() && velu->menu->isOpen());
     desktop.act("key Up");
     desktop.act("key Return");
-    for (int i = 0; i < 2000 && !velu->exitCode; ++i)
-        velu->pass();
+    EXPECT_TRUE(until([this] { return velu->exitCode.has_value(); }));
     EXPECT_EQ(velu->exitCode, 0);
 }
 
 TEST_F(Session, SavedSettingsTakeEffect) {
     startReady();
-    velu->assistant.memory.history.push_back({"old question", "old reply"});
-    carryOut(*velu, MenuCommand::settings);
-    ASSERT_TRUE(
-        until([this] { return desktop.findWindow("Velu Settings", getpid()) == desktop.activeWindow(); }));
+    openSettings();
     const int32_t bottom = velu->window->rect().bottom;
     // Name, brain, size, voice, aloud: the size becomes "Large", the brain the second one, and it falls
     // silent.
@@ -222,7 +210,6 @@ TEST_F(Session, SavedSettingsTakeEffect) {
     desktop.act("mousemove " + std::to_string(form.left + 256) + " " + std::to_string(form.top + 475) +
                 " click --repeat 2 --delay 5 1");
     ASSERT_TRUE(until([this] { return !velu->settingsWindow.isOpen(); }));
-    const Settings& settings = Settings::instance();
     EXPECT_TRUE(settings.camOn);
     EXPECT_EQ(settings.userName.get(), "Ada");
     EXPECT_EQ(settings.sizePx, 320);
@@ -234,7 +221,7 @@ TEST_F(Session, SavedSettingsTakeEffect) {
 
 TEST_F(Session, TellsWhyTheEngineDoesNotStartAndTriesAgain) {
     installFakeEngine(dataFolder(), false, R"({"loadMs": 50, "exitWhileLoading": 3})");
-    Settings::instance().voiceOn = false;
+    settings.voiceOn = false;
     start();
     ASSERT_TRUE(until([this] { return shows("Retry download"); }));
     EXPECT_EQ(velu->bubble.text,
@@ -255,7 +242,7 @@ TEST_F(Session, TellsWhyTheEngineDoesNotStartAndTriesAgain) {
 }
 
 TEST_F(Session, WithoutItsVoiceItTakesTheTimeOfSpeech) {
-    Settings::instance().voiceOn = false;
+    settings.voiceOn = false;
     sound.record();
     startReady();
     const uint64_t asked = tickCount();
@@ -270,33 +257,32 @@ TEST_F(Session, WithoutItsVoiceItTakesTheTimeOfSpeech) {
     EXPECT_GT(widest, 3) << "the jaw flaps";
     EXPECT_GE(tickCount() - asked, 47U * 55);  // the reply's bytes
     EXPECT_TRUE(velu->conversation.speaking.isMuted(tickCount()));
-    const std::vector<double> loudness = sound.loudness();
-    EXPECT_EQ(std::count_if(loudness.begin(), loudness.end(), [](double l) { return l > 0.01; }), 0);
+    EXPECT_EQ(loudTime(), 0);
 }
 
-TEST_F(Session, EndsInTheMiddleOfATurnOrADownload) {
+TEST_F(Session, EndsInOrderInTheMiddleOfATurnOrADownloadOrAfterAnError) {
     startReady();
     velu->conversation.startTurn("slow");
     ASSERT_TRUE(until([this] { return shows("This answer"); }));
     const auto engine = static_cast<pid_t>(velu->brain.process.id());
     ASSERT_GT(engine, 0);
     uint64_t begin = tickCount();
-    shutDownCompanion(*velu);
+    const auto brokenLoop = []() -> int { throw std::runtime_error("a frame that can't be drawn"); };
+    EXPECT_EQ(runAndShutDown(*velu, brokenLoop), 1);
     EXPECT_LT(tickCount() - begin, 2000U);
     EXPECT_NE(kill(engine, 0), 0);
+    EXPECT_NE(dataText("velu.log").find("ended by an unexpected error: a frame that can't be drawn\n"),
+              std::string::npos);
 
     // The second model isn't there, comes slowly, and what has come is kept.
-    const std::string path = joinPath(modelsFolder(), sessionModels[1].file);
+    const std::string path = joinPath(modelsFolder(), models[1].file);
     removeFile(path);
     Reply reply;
-    reply.declaredLength = sessionModels[1].size;
+    reply.declaredLength = models[1].size;
     reply.chunks = {{std::string(500, 'x')}, {std::string(1500, 'x'), 0, std::make_shared<Gate>()}};
     LoopbackServer host([&reply](const Received&) { return reply; });
-    Settings::instance().modelIndex = 1;
-    Endpoints endpoints;
-    endpoints.models = host.url();
-    velu = std::make_unique<Companion>(endpoints, sessionModels);
-    velu->brain.port = freePort();
+    settings.modelIndex = 1;
+    makeCompanion(host.url());
     start();
     ASSERT_TRUE(until([this] { return velu->bubble.status.find("Downloading brain (Large)") == 0; }));
     ASSERT_TRUE(until([&] { return fileSize(path + ".part") == 500; }));
@@ -304,7 +290,6 @@ TEST_F(Session, EndsInTheMiddleOfATurnOrADownload) {
     shutDownCompanion(*velu);
     EXPECT_LT(tickCount() - begin, 2000U);
     EXPECT_EQ(fileSize(path + ".part"), 500U);
-    velu = std::make_unique<Companion>(endpoints, sessionModels);
 }
 
 }  // namespace

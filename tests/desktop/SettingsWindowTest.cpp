@@ -9,22 +9,14 @@
 #include <QApplication>
 #include <QWidget>
 
-#include "platform/desktop.h"
-#include "support/Soon.h"
-#include "support/XDesktop.h"
+#include "desktop/OnDesktop.h"
 
 namespace {
 
-class SettingsOnDesktop : public testing::Test {
+class SettingsOnDesktop : public OnDesktop {
 protected:
-    void SetUp() override {
-        std::string problem;
-        desktop = Desktop::connect(problem);
-        ASSERT_NE(desktop, nullptr) << problem;
-        Settings::instance().userName.set("Ann");
-    }
-
-    void TearDown() override { window.close(); }
+    SettingsOnDesktop() { Settings::instance().userName.set("Ann"); }
+    ~SettingsOnDesktop() override { window.close(); }
 
     void open() {
         SettingsCallbacks callbacks;
@@ -35,12 +27,8 @@ protected:
         ASSERT_TRUE(eventually([] { return focusName() == "Your name (what Velu calls you)"; }));
     }
 
-    template <typename Condition>
-    bool eventually(Condition condition) {
-        return soon([&] {
-            desktop->processEvents();
-            return condition();
-        });
+    bool closes() {
+        return eventually([this] { return !window.isOpen(); });
     }
 
     /// What a screen reader says of the control that has the keyboard; a list's own name is its entry.
@@ -53,7 +41,7 @@ protected:
         return named->text(QAccessible::Name).toStdString();
     }
 
-    void press(const std::string& keys) { display.act("key " + keys); }
+    void press(const std::string& keys) { display->act("key " + keys); }
 
     bool boxOpens(const std::string& button) {
         return eventually(
@@ -65,19 +53,13 @@ protected:
             [] { return QApplication::activeModalWidget() == nullptr && !focusName().empty(); });
     }
 
-    const XDesktop display{XDesktop::Kind::managed};
-    std::unique_ptr<Desktop> desktop;
     const SettingsChoices choices{{"small", "middle", "big"}, {"Ann & Bob", "Eve"}, {"Yeti"}};
     SettingsWindow window;
     std::string told;
 };
 
 TEST_F(SettingsOnDesktop, TheTabKeyGoesThroughAllThatEnterSaves) {
-    struct Step {
-        const char* name;
-        const char* keys;
-    };
-    const Step steps[] = {
+    const std::pair<const char*, const char*> steps[] = {
         {"Your name (what Velu calls you)", "ctrl+a Z o e Tab"},
         {"Brain (local model, runs on this PC)", "Down Tab"},
         {"Size", "Down Tab"},
@@ -96,11 +78,11 @@ TEST_F(SettingsOnDesktop, TheTabKeyGoesThroughAllThatEnterSaves) {
         {"Your name (what Velu calls you)", "Return"},
     };
     open();
-    for (const Step& step : steps) {
-        ASSERT_TRUE(eventually([&] { return focusName() == step.name; })) << step.name << focusName();
-        press(step.keys);
+    for (const auto& [name, keys] : steps) {
+        ASSERT_TRUE(eventually([&, wanted = name] { return focusName() == wanted; })) << name << focusName();
+        press(keys);
     }
-    ASSERT_TRUE(eventually([this] { return !window.isOpen(); }));
+    ASSERT_TRUE(closes());
     EXPECT_EQ(told, "saved, model ");
     const Settings& settings = Settings::instance();
     EXPECT_EQ(settings.userName.get(), "Zoe");
@@ -112,25 +94,19 @@ TEST_F(SettingsOnDesktop, TheTabKeyGoesThroughAllThatEnterSaves) {
 
     open();
     press("Return");
-    EXPECT_TRUE(eventually([this] { return !window.isOpen(); }));
+    EXPECT_TRUE(closes());
     EXPECT_EQ(told, "saved, model saved ");
 }
 
 TEST_F(SettingsOnDesktop, EscapeTheCrossAndCancelChangeNothing) {
-    for (const std::string way : {"Escape", "cross", "Cancel"}) {
+    for (const std::string way : {"Escape", "cross", "shift+Tab space"}) {
         open();
-        const XDesktop::Window shown = display.findWindow("Velu Settings", getpid());
-        EXPECT_EQ(display.atomsOf(shown, "_NET_WM_STATE"), std::vector<std::string>{"_NET_WM_STATE_ABOVE"});
+        const XDesktop::Window shown = display->findWindow("Velu Settings", getpid());
+        EXPECT_EQ(display->atomsOf(shown, "_NET_WM_STATE"), std::vector<std::string>{"_NET_WM_STATE_ABOVE"});
         press("ctrl+a Z o e");
         open();  // the same window, with what has been entered
-        if (way == "cross") {
-            display.close(shown);
-        } else if (way == "Escape") {
-            press("Escape");
-        } else {
-            press("shift+Tab space");
-        }
-        EXPECT_TRUE(eventually([this] { return !window.isOpen(); })) << way;
+        way == "cross" ? display->close(shown) : press(way);
+        EXPECT_TRUE(closes()) << way;
         EXPECT_EQ(Settings::instance().userName.get(), "Ann") << way;
         EXPECT_EQ(told, "") << way;
     }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -10,7 +11,15 @@ std::string testDataPath(const std::string& name) {
 }
 
 std::string readTestData(const std::string& name) {
-    std::ifstream file(testDataPath(name), std::ios::binary);
-    EXPECT_TRUE(file.is_open()) << testDataPath(name);
+    EXPECT_TRUE(std::ifstream(testDataPath(name)).is_open()) << testDataPath(name);
+    return fileText(testDataPath(name));
+}
+
+std::string fileText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string dataText(const std::string& name) {
+    return fileText(std::string(std::getenv("VELU_HOME")) + "/" + name);
 }

@@ -4,14 +4,13 @@
 
 #include "core/Companion.h"
 #include "core/modes/RunOutput.h"
-#include "foundation/Settings.h"
 #include "foundation/Ticks.h"
 
 int runAskMode(Companion& companion, const std::string& question) {
     const RunOutput output;
     const std::atomic<bool> cancel = false;  // one stops this mode by ending the program
     const auto onStatus = [&](const std::string& line) { output.add("[status] " + line); };
-    if (!companion.brain.start(Settings::instance().modelIndex, onStatus, &cancel)) {
+    if (!companion.brain.start(companion.settings.modelIndex, onStatus, &cancel)) {
         output.add("[error] engine failed");
         return 1;
     }

@@ -9,7 +9,6 @@
 #include "core/HeadStart.h"
 #include "core/Placement.h"
 #include "foundation/Log.h"
-#include "foundation/Settings.h"
 #include "platform/desktop.h"
 #include "presence/HeadRenderer.h"
 
@@ -47,10 +46,9 @@ CaptureOrder captureOrder(const std::string& commandLine) {
     return order;
 }
 
-int runCaptureMode(const std::string& commandLine) {
+int runCaptureMode(const std::string& commandLine, int32_t sizePx) {
     const CaptureOrder order = captureOrder(commandLine);
-    const int32_t height =
-        order.height ? *order.height : headSize(Settings::instance().sizePx, systemDpi()).height;
+    const int32_t height = order.height ? *order.height : headSize(sizePx, systemDpi()).height;
     constexpr int32_t least = 2;  // for a width of 1
     constexpr int32_t most = 4096;
     if (height < least || height > most) {

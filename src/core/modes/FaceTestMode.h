@@ -5,15 +5,15 @@
 
 class Eyes;
 
-/// The pictures that are named behind `--facetest`: what stands between double quotes, and words by
-/// themselves, for a shell has taken the quotes away from those without blanks. What touches a quoted path is
-/// no word by itself. A quote that isn't closed ends it.
+/// Returns the paths of the pictures behind `--facetest`: texts in double quotes, and single words, because a
+/// shell removes the quotes around paths without blanks. A word that touches a quoted path isn't a path. A
+/// quote that isn't closed ends the list.
 std::vector<std::string> facePaths(const std::string& arguments);
 
-/// What the eyes, which have their models, find in the pictures: each one's faces, then how alike the first
-/// faces of neighbours are.
+/// Returns what the eyes find in the pictures: the faces in each, then how alike the first faces of each two
+/// neighbours are. The eyes must have their models.
 std::string faceTestReport(Eyes& eyes, const std::vector<std::string>& paths);
 
-/// The run mode `--facetest`, with the models of this folder. Returns the exit code: 1 when they can't be
-/// loaded.
+/// The run mode `--facetest`, with the models in the folder `models`. Returns the exit code: 1 when they
+/// can't be loaded.
 int runFaceTestMode(Eyes& eyes, const std::string& models, const std::vector<std::string>& paths);

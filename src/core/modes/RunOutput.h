@@ -2,18 +2,19 @@
 
 #include <string>
 
-/// Where a run mode leaves its findings: the file "ask-output.txt" in the data folder, which scripts read,
-/// and standard output, for a person at a terminal. Each line is in both as soon as it is added. Threads:
-/// one.
+/// The output of a run mode: the file "ask-output.txt" in the data folder, for scripts, and standard output,
+/// for a person at a terminal. Each line is in both as soon as it is added.
+///
+/// Threads: one at a time.
 class RunOutput {
 public:
-    /// For a mode that has all it says at once: the text, unchanged, is the whole output.
+    /// Writes `text`, unchanged, as the whole output.
     static void writeWhole(const std::string& text);
 
-    /// Begins the file afresh.
+    /// Empties the file.
     RunOutput();
 
-    /// Adds one line; the line feed is added here. A file that can't be opened loses it without a word.
+    /// Adds `line` and a line feed. A file that can't be opened misses the line; nothing reports that.
     void add(const std::string& line) const;
 
 private:

@@ -4,6 +4,6 @@
 
 class Companion;
 
-/// The run mode `--search`: one web search; its text is the whole output. Returns the exit code 0, whatever
-/// was found.
+/// The run mode `--search`: makes one web search and writes its text as the whole output. Always returns the
+/// exit code 0.
 int runSearchMode(const Companion& companion, const std::string& query);

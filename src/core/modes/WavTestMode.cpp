@@ -67,8 +67,8 @@ int runWavTestMode(Companion& companion, const WavTestOrder& order) {
     SpeechEngine& speech = companion.speech;
     Ears& ears = companion.ears;
     const std::atomic<bool> cancel = false;  // one stops this mode by ending the program
-    const auto tell = [&output](const std::string& line) { output.add("[status] " + line); };
-    if (!speech.start(tell, tell, &cancel)) {
+    const auto onStatus = [&](const std::string& line) { output.add("[status] " + line); };
+    if (!speech.start(onStatus, onStatus, &cancel)) {
         output.add("[error] stt");
         return 1;
     }

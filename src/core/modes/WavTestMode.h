@@ -4,15 +4,15 @@
 
 class Companion;
 
-/// What is to be listened to.
+/// What `--wavtest` is to follow.
 struct WavTestOrder {
     std::string path;
-    bool followUp = false;  ///< as if the companion had asked
+    bool followUp = false;  ///< no name is needed, as after "Yes?"
 };
 
 /// Reads "WAV [--followup]".
 WavTestOrder wavTestOrder(const std::string& arguments);
 
 /// The run mode `--wavtest`: follows a recording from sound to command, without a microphone. Returns the
-/// exit code, 0 when it was followed to its end.
+/// exit code: 0 when it came to the recording's end, else 1.
 int runWavTestMode(Companion& companion, const WavTestOrder& order);

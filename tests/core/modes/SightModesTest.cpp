@@ -10,14 +10,9 @@
 #include "foundation/Paths.h"
 #include "support/CameraServer.h"
 #include "support/Discs.h"
+#include "support/TestData.h"
 
 namespace {
-
-std::string contentOf(const std::string& name) {
-    std::string text;
-    EXPECT_TRUE(readWholeFile(joinPath(dataFolder(), name), text));
-    return text;
-}
 
 TEST(CameraTestMode, ReadsItsOrder) {
     const struct {
@@ -37,10 +32,10 @@ TEST(CameraTestMode, TellsWhoIsSeen) {
     CameraServer cameras;
     const std::string models = joinPath(dataFolder(), "face-models");
     const auto run = [&](const CameraTestOrder& order) {
-        Companion companion;
+        Companion companion(Settings::instance());
         companion.bringUp.faceModels = models;
         const int code = runCameraTestMode(companion, order);
-        return std::to_string(code) + "\n" + contentOf("ask-output.txt");
+        return std::to_string(code) + "\n" + dataText("ask-output.txt");
     };
     // A busy machine takes its time to open a camera.
     const auto runUntil = [&](const CameraTestOrder& order, const std::string& words) {
@@ -64,7 +59,7 @@ TEST(CameraTestMode, TellsWhoIsSeen) {
         << first;
     EXPECT_NE(first.find("t=6 present=1 nx=-0."), std::string::npos) << first;
     EXPECT_NE(first.find("name='Tester'\n", first.find("t=6")), std::string::npos) << first;
-    EXPECT_TRUE(contentOf("cam-debug.png").starts_with("\x89PNG"));
+    EXPECT_TRUE(dataText("cam-debug.png").starts_with("\x89PNG"));
     const std::string second = runUntil({4, false}, "name='Tester'");
     EXPECT_NE(second.find("name='Tester'\n", second.find("t=4")), std::string::npos) << second;
     EXPECT_EQ(second.find("enroll"), std::string::npos);
