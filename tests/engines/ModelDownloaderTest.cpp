@@ -7,7 +7,7 @@
 
 #include "foundation/Files.h"
 #include "support/EngineFolder.h"
-#include "support/LoopbackServer.h"
+#include "support/ReleaseServer.h"
 #include "support/TemporaryFolder.h"
 
 namespace {
@@ -42,14 +42,13 @@ protected:
 TEST_F(ModelDownloader, ResumesAfterACutConnection) {
     int requests = 0;
     const LoopbackServer server([&](const Received& received) {
-        Reply reply = rangeReply(whole, received);
-        if (++requests < 3) {  // two transfers break after their first bytes
-            const std::string all = reply.chunks.at(0).bytes;
-            reply.declaredLength = all.size();
-            reply.chunks = {{all.substr(0, 100000)}};
-            reply.cut = true;
-        }
-        return reply;
+        const Reply reply = rangeReply(whole, received);
+        if (++requests == 3) return reply;
+        const std::string& all = reply.chunks.at(0).bytes;
+        Reply cut = cutReply(all.substr(0, 100000), all.size() - 100000);
+        cut.status = reply.status;
+        cut.headers = reply.headers;
+        return cut;
     });
     download.progressIntervalMs = 3600000;  // so only the first chunk of each attempt is reported
     std::vector<uint64_t> done;
@@ -75,39 +74,29 @@ TEST_F(ModelDownloader, ResumesAfterACutConnection) {
 
 TEST_F(ModelDownloader, OnlyTheRequestedBytesReachTheFile) {
     const std::string begun = whole.substr(0, 1000);
-    const Reply page = makeReply(404, "<html>no</html>");
-    const Reply all = makeReply(200, whole);
-    const Reply nothingMore = makeReply(416, "<html>no</html>");
-    const Reply unnamedPart = makeReply(206, whole.substr(1000));
     Reply otherPart = makeReply(206, whole);
     otherPart.headers.emplace_back("Content-Range", "bytes 0-299999/300000");
-    Reply cutAtOnce = makeReply(206, "");
-    cutAtOnce.declaredLength = whole.size() - 1000;
-    cutAtOnce.cut = true;
-    struct Case {
-        const Reply& answer;
-        DownloadResult result;
-        std::string finished;
-        std::string left;
-        std::string failure = "";
+    Reply cutAtOnce = cutReply("", whole.size() - 1000);
+    cutAtOnce.status = 206;
+    const std::tuple<Reply, std::string, std::string, std::string> cases[] = {
+        // answer, finished file, part that is left, last failure
+        {makeReply(404, "<html>no</html>"), "", begun, "3 404 "},
+        {makeReply(416, "<html>no</html>"), begun, "", ""},
+        {makeReply(200, whole), whole, "", ""},
+        {makeReply(206, whole.substr(1000)), whole, "", ""},
+        {otherPart, "", begun, "3 206 aborted"},
+        {cutAtOnce, "", begun, "3 206 read failed"},
     };
-    const Case cases[] = {
-        {page, DownloadResult::failed, "", begun, "3 404 "},
-        {nothingMore, DownloadResult::complete, begun, ""},
-        {all, DownloadResult::complete, whole, ""},
-        {unnamedPart, DownloadResult::complete, whole, ""},
-        {otherPart, DownloadResult::failed, "", begun, "3 206 aborted"},
-        {cutAtOnce, DownloadResult::failed, "", begun, "3 206 read failed"},
-    };
-    for (const Case& item : cases) {
+    for (const auto& [answer, finished, left, lastFailure] : cases) {
         removeFile(path);
         writeWholeFile(part, begun);
-        const LoopbackServer server([&](const Received&) { return item.answer; });
-        EXPECT_EQ(from(server), item.result) << item.answer.status;
-        EXPECT_EQ(contentOf(path), item.finished) << item.answer.status;
-        EXPECT_EQ(contentOf(part), item.left) << item.answer.status;
-        EXPECT_EQ(failure, item.failure);
-        EXPECT_EQ(server.requests().size(), item.result == DownloadResult::failed ? 4U : 1U);
+        const LoopbackServer server([&answer = answer](const Received&) { return answer; });
+        const bool isGood = lastFailure.empty();
+        EXPECT_EQ(from(server), isGood ? DownloadResult::complete : DownloadResult::failed) << answer.status;
+        EXPECT_EQ(contentOf(path), finished) << answer.status;
+        EXPECT_EQ(contentOf(part), left) << answer.status;
+        EXPECT_EQ(failure, lastFailure);
+        EXPECT_EQ(server.requests().size(), isGood ? 1U : 4U);
     }
 }
 

@@ -30,9 +30,7 @@ TEST(Transcription, AnAnswerIsReducedToASentenceOrToNothing) {
         {R"x({"text": "hello (again)"})x", "hello (again)"},
         {R"x({"text": "[mixed)"})x", "[mixed)"},
         {R"({"text": " \r\n\t "})", ""},
-        {R"({"text": ""})", ""},
         {R"({"text": 7})", ""},
-        {R"({"error": "no"})", ""},
         {R"(["text"])", ""},
         {"Invalid request", ""},
         {"", ""},
@@ -46,7 +44,6 @@ TEST(Transcription, TheNameIsFoundAmongTheFirstWords) {
     const std::pair<const char*, const char*> cases[] = {
         // transcript, command
         {"Hey Velu, what's the time?", "what's the time?"},
-        {"velu.", ""},
         {"Velu", ""},
         {"OK, velu's timer", "timer"},
         {"Velu - open the door", "open the door"},
@@ -58,7 +55,6 @@ TEST(Transcription, TheNameIsFoundAmongTheFirstWords) {
         {"a , . ! b velu Go", "Go"},
         {"Velus", none},
         {"V\xC3\xA9lu vellu \xC3\xA9t\xC3\xA9", "\xC3\xA9t\xC3\xA9"},
-        {"", none},
         {" ,.", none},
     };
     for (const auto& [text, command] : cases) {

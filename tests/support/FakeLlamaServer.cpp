@@ -47,7 +47,7 @@ public:
     Engine(int argc, char** argv)
         : standIn(argc, argv, {"-m", "--host", "--port", "-c", "-t", "-np", "--reasoning"},
                   {"--jinja", "--no-webui"}),
-          script(readScript<ReplyScript>(standIn)) {}
+          script(standIn.script) {}
 
     [[noreturn]] void run() {
         httplib::Server server;

@@ -134,7 +134,7 @@ void answer(const StandIn& standIn, const Script& script, const httplib::Request
 
 int main(int argc, char** argv) {
     StandIn standIn(argc, argv, {"-m", "--host", "--port", "-t", "-ac", "-l"});
-    const auto script = readScript<Script>(standIn);
+    const Script script(standIn.script);
     if (script.exitAtStart) fail("stand-in: ending at once, as the script says");
     // Like the real one it doesn't listen before the model is loaded.
     while (script.neverReady)

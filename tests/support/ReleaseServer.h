@@ -34,7 +34,7 @@ private:
     Reply listed;
     Reply archive;
     LoopbackServer::Handler model = [](const Received& received) {
-        return rangeReply(std::string(400000, 'w'), received);
+        return rangeReply(std::string(1 << 20, 'w'), received);
     };
 
 public:

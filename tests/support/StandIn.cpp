@@ -34,11 +34,8 @@ StandIn::StandIn(int argc, char** argv, const std::set<std::string>& known,
         ++i;
     }
     if (!std::filesystem::is_regular_file(options["-m"])) fail("failed to load model " + options["-m"]);
-}
-
-json StandIn::script() const {
     std::ifstream file(folder / "script.json", std::ios::binary);
-    return file ? json::parse(file) : json::object();
+    script = file ? json::parse(file) : json::object();
 }
 
 void StandIn::record(const json& request) const {

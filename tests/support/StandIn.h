@@ -18,23 +18,12 @@ void checkKeys(const nlohmann::json& object, const std::set<std::string>& known)
 struct StandIn {
     std::filesystem::path folder;                ///< of the program
     std::map<std::string, std::string> options;  ///< by name, as given
+    nlohmann::json script;                       ///< "script.json" beside the program, or an empty object
 
-    /// Reads the command line: `known` options have a value, `flags` have none, and others end the program.
+    /// Reads script and command line: `known` options have a value, `flags` none. Anything else ends the
+    /// program.
     StandIn(int argc, char** argv, const std::set<std::string>& known,
             const std::set<std::string>& flags = {});
 
-    /// Returns "script.json" beside the program, or an empty object.
-    nlohmann::json script() const;
-
     void record(const nlohmann::json& request) const;
 };
-
-/// Reads a `Script` from the stand-in's script file; ends the program if the file is bad.
-template <typename Script>
-Script readScript(const StandIn& standIn) {
-    try {
-        return Script(standIn.script());
-    } catch (const std::exception& error) {
-        fail(std::string("script.json: ") + error.what());
-    }
-}
