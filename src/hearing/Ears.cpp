@@ -1,50 +1,140 @@
 #include "hearing/Ears.h"
 
 #include <algorithm>
+#include <exception>
 
 #include "foundation/Log.h"
+#include "hearing/Loudness.h"
+#include "hearing/Samples.h"
 #include "hearing/WakeWord.h"
 #include "platform/texts.h"
 
 namespace {
 
-constexpr size_t sampleRate = 16000;
+constexpr int32_t readWaitMs = 200;
 
-// The level meter.
-constexpr int32_t levelLineMs = 5000;
-constexpr int32_t deafMs = 4000;
+// A healthy sound system lists its devices within milliseconds. A window that is being opened can't wait for a
+// sick one; a sound system that is just starting gets the time to bring up the chosen microphone.
+constexpr int32_t showListMs = 500;
+constexpr int32_t chooseMs = 3000;
 
-// The room.
 constexpr size_t historyChunks = 40;       // four seconds, as a microphone delivers them
 constexpr size_t leastHistoryChunks = 10;  // for an estimate of the room
-
-// The capture.
-constexpr int32_t wakeWithinMs = 1800;       // of something loud; a name out of silence is a mistake
-constexpr size_t preRollSamples = 24000;     // 1.5 s: the name, and what was said in one breath with it
-constexpr int32_t endSilenceMs = 850;        // ends an utterance
-constexpr int32_t longestCaptureMs = 14000;  // with what came before it
-constexpr int32_t giveUpMs = 6000;           // of a follow-up in which nobody speaks
-constexpr int32_t leastVoicedMs = 250;       // below that it was a door, not a word
-
-int32_t millisecondsOf(size_t samples) {
-    return static_cast<int32_t>(samples * 1000 / sampleRate);
-}
+constexpr int32_t wakeWithinMs = 1800;     // of something loud; a name out of silence is a mistake
 
 }  // namespace
+
+std::vector<std::string> Ears::listDevices() {
+    std::vector<std::string> names;
+    for (MicrophoneDevice& device : listMicrophones(showListMs, nullptr))
+        names.push_back(std::move(device.name));
+    return names;
+}
 
 bool Ears::loadWakeModel(const std::string& path) {
     if (!recognizer.loadModel(path)) {
         logLine("vosk model failed to load from %s", path.c_str());
         return false;
     }
-    return recognizer.createRecognizer(sampleRate, wakeGrammar);
+    return recognizer.createRecognizer(sampleRate, wakePhrases());
+}
+
+bool Ears::start() {
+    const std::lock_guard guard(lifecycle);
+    if (running) return true;
+    if (captureThread.joinable()) captureThread.join();  // it ended by itself
+    stopRequested = false;
+    followUpRequested = false;  // one that came too late for the last capture thread
+    meter.restart();
+    running = true;
+    try {
+        captureThread = std::thread([this] { capture(); });
+    } catch (...) {
+        running = false;
+        throw;
+    }
+    return true;
+}
+
+void Ears::stop() {
+    const std::lock_guard guard(lifecycle);
+    stopRequested = true;
+    if (captureThread.joinable()) {
+        microphone.interrupt();
+        captureThread.join();
+        microphone.close();  // an interruption that came too late isn't for the next start
+        forgetSound();
+    }
+    running = false;
+    capturing = false;
+}
+
+void Ears::shutdown() {
+    stop();
+    recognizer.free();
+}
+
+void Ears::capture() {
+    try {
+        readMicrophone();
+    } catch (const std::exception& error) {
+        logLine("microphone capture ended by an unexpected error: %s", error.what());
+    } catch (...) {
+        logLine("microphone capture ended by an unexpected error");
+    }
+    microphone.close();
+    capturing = false;
+    running = false;
+}
+
+void Ears::readMicrophone() {
+    if (!openMicrophone()) return;
+    logLine("microphone capture started");
+    std::vector<int16_t> samples;
+    MicrophoneState state = MicrophoneState::running;
+    while (!stopRequested) {
+        state = microphone.read(samples, readWaitMs);
+        if (state != MicrophoneState::running) break;
+        if (stopRequested) break;
+        if (onAudio && !samples.empty()) onAudio(samples.data(), samples.size());
+        processChunk(samples.data(), samples.size());
+    }
+    if (!stopRequested) reportMicrophone(state);
+    logLine("microphone capture stopped");
+}
+
+bool Ears::openMicrophone() {
+    const std::string wanted = deviceName.get();
+    MicrophoneDevice device;
+    if (!wanted.empty()) {
+        const std::vector<MicrophoneDevice> devices = listMicrophones(chooseMs, &stopRequested);
+        const auto found =
+            std::find_if(devices.begin(), devices.end(), [&](const MicrophoneDevice& candidate) {
+                return candidate.name.find(wanted) != std::string::npos;
+            });
+        if (found != devices.end()) device = {found->id, wanted};
+    }
+    logLine("opening microphone: %s",
+            device.id.empty() ? platformTexts.defaultMicrophone : device.name.c_str());
+    const MicrophoneState state = microphone.open(device.id);
+    if (state == MicrophoneState::running) return true;
+    if (!stopRequested) reportMicrophone(state);
+    return false;
+}
+
+void Ears::reportMicrophone(MicrophoneState state) {
+    logLine("%s%u", platformTexts.microphoneFailed, microphone.errorCode());
+    if (!onProblem) return;
+    onProblem(state == MicrophoneState::notFound ? "I couldn't find a microphone."
+                                                 : platformTexts.microphoneUnusable);
 }
 
 void Ears::processChunk(const int16_t* samples, size_t count) {
     if (count == 0) return;
     const int32_t ms = millisecondsOf(count);
     const Loudness loudness = loudnessOf(samples, count);
-    meter(loudness, ms);
+    const bool isDeaf = meter.add(loudness, ms, noiseFloor, muted);
+    if (isDeaf && onProblem) onProblem(platformTexts.microphoneDeaf);
 
     if (muted) {
         capturing = false;
@@ -61,33 +151,11 @@ void Ears::processChunk(const int16_t* samples, size_t count) {
         } else if (spotWakeWord(samples, count)) {
             beginWakeCapture();
         } else {
-            keepPreRoll(samples, count);
+            cutter.keepPreRoll(samples, count);
             return;
         }
     }
-    extendCapture(samples, count, ms, isLoud);
-    const bool giveUp = followUp && !speechStarted && totalMs > giveUpMs;
-    const bool isFinished = (speechStarted && silenceMs >= endSilenceMs) || totalMs >= longestCaptureMs;
-    if (giveUp || isFinished) endCapture(giveUp);
-}
-
-/// Muted or not: someone who wonders why nothing is heard finds in the log what comes from the microphone.
-void Ears::meter(const Loudness& loudness, int32_t ms) {
-    levelPeak = std::max(levelPeak, loudness.peak);
-    levelMs += ms;
-    if (levelMs >= levelLineMs) {
-        logLine("mic level: peak=%d rms=%.0f noise=%.0f%s", levelPeak, static_cast<double>(loudness.rms),
-                static_cast<double>(noiseFloor), muted ? " (muted)" : "");
-        levelMs = 0;
-        levelPeak = 0;
-    }
-    // A microphone that is kept from us delivers zeros; one that works is never as quiet as that.
-    if (loudness.peak >= 1) heardSignal = true;
-    if (heardSignal || deafWarned) return;
-    deadMs += ms;
-    if (deadMs <= deafMs) return;
-    deafWarned = true;
-    if (onProblem) onProblem(platformTexts.microphoneDeaf);
+    if (cutter.extend(samples, count, isLoud)) endCapture();
 }
 
 void Ears::followRoom(float rms) {
@@ -99,68 +167,34 @@ void Ears::followRoom(float rms) {
 
 bool Ears::spotWakeWord(const int16_t* samples, size_t count) {
     if (!recognizer.isReady()) return false;
-    const bool isFinal = recognizer.accept(samples, static_cast<int32_t>(count));
-    const bool heard = heardWakeWord(isFinal ? recognizer.result() : recognizer.partialResult());
-    if (heard && quietMs < wakeWithinMs) return true;
-    if (isFinal) recognizer.reset();
+    const WakeResult result = recognizer.accept(samples, static_cast<int32_t>(count));
+    if (heardWakeWord(result.text) && quietMs < wakeWithinMs) return true;
+    if (result.isFinal) recognizer.reset();
     return false;
 }
 
 void Ears::beginFollowUp() {
     capturing = true;
-    followUp = true;
-    utterance.clear();
-    silenceMs = 0;
-    totalMs = 0;
-    voicedMs = 0;
-    speechStarted = false;
-    preRoll.clear();
+    cutter.beginFollowUp();
     recognizer.reset();
 }
 
-/// The name is recognised after it was spoken: it lies in the pre-roll.
 void Ears::beginWakeCapture() {
     capturing = true;
-    followUp = false;
-    utterance.assign(preRoll.begin(), preRoll.end());
-    totalMs = millisecondsOf(utterance.size());
-    voicedMs = totalMs / 2;
-    silenceMs = 0;
-    speechStarted = true;
+    cutter.beginWithPreRoll();
     recognizer.reset();
     logLine("wake word heard");
     if (onWake) onWake();
 }
 
-void Ears::keepPreRoll(const int16_t* samples, size_t count) {
-    preRoll.insert(preRoll.end(), samples, samples + count);
-    if (preRoll.size() <= preRollSamples) return;
-    preRoll.erase(preRoll.begin(),
-                  preRoll.begin() + static_cast<std::ptrdiff_t>(preRoll.size() - preRollSamples));
-}
-
-void Ears::extendCapture(const int16_t* samples, size_t count, int32_t ms, bool isLoud) {
-    utterance.insert(utterance.end(), samples, samples + count);
-    totalMs += ms;
-    if (isLoud) {
-        speechStarted = true;
-        voicedMs += ms;
-        silenceMs = 0;
-    } else {
-        silenceMs += ms;
-    }
-}
-
-void Ears::endCapture(bool giveUp) {
+void Ears::endCapture() {
     capturing = false;
-    std::vector<int16_t> result;
-    if (!giveUp && voicedMs >= leastVoicedMs) result = std::move(utterance);
-    forgetSound();
-    if (onUtterance) onUtterance(std::move(result), followUp);
+    std::vector<int16_t> samples = cutter.finish();
+    recognizer.reset();
+    if (onUtterance) onUtterance(std::move(samples), cutter.isFollowUp());
 }
 
 void Ears::forgetSound() {
-    utterance.clear();
-    preRoll.clear();
+    cutter.forget();
     recognizer.reset();
 }

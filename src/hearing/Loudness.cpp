@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr float leastNoise = 60;  // of a quiet room; digital silence would make every rustle loud
+constexpr float leastNoise = 60;  // of a quiet room; otherwise digital silence would make every rustle loud
 constexpr float noiseFactor = 2;
 constexpr float noiseMargin = 150;
 constexpr float leastThreshold = 450;
@@ -15,7 +15,7 @@ constexpr float leastThreshold = 450;
 }  // namespace
 
 Loudness loudnessOf(const int16_t* samples, size_t count) {
-    // Whole numbers: exact, and several times as fast as a sum of fractions.
+    // Whole numbers are exact, and several times as fast as floating point.
     int32_t peak = 0;
     uint64_t squares = 0;
     for (size_t at = 0; at < count; ++at) {

@@ -6,16 +6,16 @@
 
 /// How loud a stretch of sound is.
 struct Loudness {
-    int32_t peak = 0;  ///< the largest sample, whatever its sign
-    float rms = 0;     ///< the root of the mean of the squared samples
+    int32_t peak = 0;  ///< largest sample, whatever its sign
+    float rms = 0;     ///< root mean square of the samples
 };
 
-/// Of at least one sample. Threads: any.
+/// Returns the loudness of `count` samples, at least one. Threads: any.
 Loudness loudnessOf(const int16_t* samples, size_t count);
 
-/// The loudness of a room in which now and then something is said: what the quieter fifth of its chunks stays
-/// below. Of at least one chunk. Threads: any.
+/// Returns the noise of a room in which somebody speaks now and then: the loudness below which the quietest
+/// fifth of its `chunks`, at least one, stays. Threads: any.
 float roomNoise(const std::deque<float>& chunks);
 
-/// Above this a chunk counts as loud in a room with this noise. Threads: any.
+/// Returns the loudness above which a chunk counts as loud in a room with this noise. Threads: any.
 float loudnessThreshold(float noiseFloor);

@@ -7,7 +7,7 @@ namespace {
 
 constexpr size_t headerBytes = 44;
 
-/// The little-endian number of `width` bytes at `at`, which must be there.
+/// Returns the little-endian number of `width` bytes at `at`, which must exist.
 uint32_t numberAt(std::string_view bytes, size_t at, size_t width) {
     uint32_t number = 0;
     for (size_t i = 0; i < width; ++i)
@@ -15,7 +15,7 @@ uint32_t numberAt(std::string_view bytes, size_t at, size_t width) {
     return number;
 }
 
-/// What the format chunk ahead of the samples says, if it isn't what they are taken for.
+/// Returns the format in the chunk ahead of the samples, if it is another one than they are taken for.
 std::string mismatchOf(std::string_view head) {
     constexpr size_t formatBytes = 16;
     const size_t at = head.find("fmt ");

@@ -5,16 +5,15 @@
 #include <string_view>
 #include <vector>
 
-/// What a sound file holds.
+/// The sound of a WAV file.
 struct Recording {
-    std::vector<int16_t>
-        samples;           ///< what lies behind "data", taken as 16 bits, one channel, 16,000 a second
-    std::string mismatch;  ///< what the header says otherwise; empty when it agrees, or says nothing
+    std::vector<int16_t> samples;  ///< taken as 16 bits, one channel, 16,000 a second
+    std::string mismatch;          ///< the format in the header, if it is another one; otherwise empty
 };
 
-/// Why there is no recording.
+/// Why a file holds no recording.
 enum class RecordingError { none, tooShort, noData };
 
-/// Reads the bytes of a WAV file: the samples are all that stands behind the first "data", its length
-/// excepted, whatever the header says. Threads: any.
+/// Reads the bytes of a WAV file into `recording`: everything behind the first "data" and its length, whatever
+/// the header says. Returns why it can't, or `none`. Threads: any.
 RecordingError readRecording(std::string_view bytes, Recording& recording);

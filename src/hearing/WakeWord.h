@@ -2,14 +2,14 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
-/// The phrases that the wake recogniser tells apart: the name, what it is easily taken for, and all the rest.
-inline constexpr const char* wakeGrammar =
-    R"(["velu", "velo", "vellu", "belu", "hey velu", "okay velu", "[unk]"])";
+/// The phrases that the wake recogniser tells apart: the name, what it is easily mistaken for, and "[unk]" for
+/// all other speech.
+const std::vector<std::string>& wakePhrases();
 
-/// Where the model that knows the name lies: beside the executable. Threads: any.
+/// Returns the folder of the wake-word model, beside the executable. Threads: any.
 std::string wakeModelFolder();
 
-/// Whether a recogniser's result, partial or final, holds the name. What isn't such a result doesn't.
-/// Threads: any.
-bool heardWakeWord(std::string_view json);
+/// Returns whether one of the `words`, which single blanks separate, is the name. Threads: any.
+bool heardWakeWord(std::string_view words);

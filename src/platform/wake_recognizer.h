@@ -3,8 +3,15 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
-/// Spots a few words in a stream of speech, and understands nothing else.
+/// What the recogniser understood of a stretch of speech.
+struct WakeResult {
+    std::string text;      ///< phrases of the grammar, with single blanks between the words; may be empty
+    bool isFinal = false;  ///< the stretch has ended; otherwise the text may still change
+};
+
+/// Spots a few phrases in a stream of speech.
 ///
 /// Threads: one at a time.
 class WakeRecognizer {
@@ -14,28 +21,23 @@ public:
     WakeRecognizer(const WakeRecognizer&) = delete;
     WakeRecognizer& operator=(const WakeRecognizer&) = delete;
 
-    /// Loads the acoustic model that lies in the folder, in place of one loaded before. Blocks for up to a
-    /// second. False when there is none that can be used.
+    /// Loads the acoustic model in `folder`, in place of one loaded before. Returns false when there is none
+    /// that can be used. Blocks for up to a second.
     [[nodiscard]] bool loadModel(const std::string& folder);
 
-    /// Makes the recogniser, with the model loaded before. `grammar` is a JSON array of the phrases to be
-    /// told apart, "[unk]" standing for all other speech.
-    [[nodiscard]] bool createRecognizer(float sampleRate, const std::string& grammar);
+    /// Makes a recogniser of the loaded model that tells `phrases` apart; "[unk]" stands for all other
+    /// speech. Returns false on failure; there is no recogniser then. Blocks for up to a second.
+    [[nodiscard]] bool createRecognizer(float sampleRate, const std::vector<std::string>& phrases);
 
-    /// Whether there is a recogniser.
+    /// Returns whether there is a recogniser.
     [[nodiscard]] bool isReady() const;
 
-    /// Takes the next samples of the stream: 16 bits, one channel. True when a stretch of speech has ended,
-    /// whose `result` is final. Without a recogniser nothing happens, here and below.
-    bool accept(const int16_t* samples, int32_t count);
+    /// Takes the next `count` samples of the stream, 16 bits, one channel, and returns what the present
+    /// stretch of speech is taken for so far, or finally. Without a recogniser the result is empty and not
+    /// final. Blocks for as long as recognising takes, a fraction of the samples' own time.
+    [[nodiscard]] WakeResult accept(const int16_t* samples, int32_t count);
 
-    /// What the stretch that has ended was taken for: a JSON object with the words under "text".
-    [[nodiscard]] std::string result();
-
-    /// What the present stretch is taken for so far: a JSON object with the words under "partial".
-    [[nodiscard]] std::string partialResult();
-
-    /// Forgets the stream: what comes next is its beginning.
+    /// Forgets the stream: what comes next is its beginning. Does nothing without a recogniser.
     void reset();
 
     /// Frees recogniser and model.

@@ -3,19 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <thread>
 #include <utility>
 
-#include "platform/linux/sound/Visemes.h"
 #include "support/Soon.h"
 #include "support/SoundServer.h"
+#include "support/Timing.h"
 
 namespace {
 
 using Kind = SpeechEvent::Kind;
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 const std::string sentence = "The quick brown fox jumps over the lazy dog.";
@@ -27,23 +23,36 @@ std::string longText(size_t bytes) {
     return text;
 }
 
+bool isLoud(double loudness) {
+    return loudness > 0.01;
+}
+
+int64_t loudStretches(const std::vector<double>& loudness, size_t from = 0) {
+    return std::count_if(loudness.begin() + static_cast<ptrdiff_t>(from), loudness.end(), isLoud);
+}
+
+/// A second for the loss to be noticed, and some for a busy machine.
+constexpr milliseconds lossLimit(2500);
+
 /// A synthesizer as the window thread uses it, and all that it told.
-struct Speaker {
-    explicit Speaker(const SoundServer& server) : server(server) {}
+class Synthesizer : public testing::Test {
+protected:
+    void open() {
+        voice = ::Synthesizer::open([this] {
+            isToldOf = true;
+            if (throws) throw std::runtime_error("events");
+        });
+        ASSERT_TRUE(voice);
+    }
 
-    const SoundServer& server;
-    std::atomic<bool> isToldOf = false;
-    std::unique_ptr<Synthesizer> voice = Synthesizer::open([this] { isToldOf = true; });
-    std::vector<SpeechEvent> events;
-    std::vector<size_t> endedAt;  ///< length of the recording at each end, in its stretches
+    void say(const std::string& text) { voice->queue(text); }
 
-    bool fetch() {
-        if (!isToldOf.exchange(false)) return false;
+    void fetch() {
+        if (!isToldOf.exchange(false)) return;
         while (const auto event = voice->nextEvent()) {
             events.push_back(*event);
             if (event->kind == Kind::ended) endedAt.push_back(server.loudness().size());
         }
-        return true;
     }
 
     [[nodiscard]] int64_t count(Kind kind) const {
@@ -54,73 +63,48 @@ struct Speaker {
         return soon([&] { return fetch(), count(kind) >= number; });
     }
 
-    /// How long until so many texts have ended, once they were lost; a test's patience when they don't.
-    milliseconds untilEnded(int64_t number) {
-        const auto begin = Clock::now();
-        EXPECT_TRUE(becomes(Kind::ended, number));
-        return std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
+    /// So many texts end soon, once they were lost.
+    void expectLost(int64_t number) {
+        EXPECT_LT(durationOf([&] { EXPECT_TRUE(becomes(Kind::ended, number)); }), lossLimit);
     }
+
+    SoundServer server;
+    std::atomic<bool> isToldOf = false;
+    bool throws = false;  ///< what is called when there are events; the speech goes on all the same
+    std::vector<SpeechEvent> events;
+    std::vector<size_t> endedAt;  ///< length of the recording at each end, in its stretches
+    std::unique_ptr<::Synthesizer> voice;
 };
 
-bool isLoud(double loudness) {
-    return loudness > 0.01;
-}
-
-size_t loudStretches(const std::vector<double>& loudness) {
-    return static_cast<size_t>(std::count_if(loudness.begin(), loudness.end(), isLoud));
-}
-
-/// A second for the loss to be noticed, and some for a busy machine.
-constexpr milliseconds lossLimit(2500);
-
-TEST(Visemes, TheLongestBeginningOfAMnemonicCounts) {
-    struct Case {
-        const char* mnemonic;
-        std::optional<int32_t> viseme;
-    };
-    const Case cases[] = {{"_", 0},   {"_:", 0},   {"@", 1},  {"@L", 14}, {"@2", 1},  {"a", 1},
-                          {"aI", 11}, {"aI@", 11}, {"aU", 9}, {"A:", 2},  {"O:", 3},  {"OI", 10},
-                          {"oU", 8},  {"e@", 4},   {"I2", 6}, {"t#", 19}, {"tS", 16}, {"d", 19},
-                          {"dZ", 16}, {"s", 15},   {"p", 21}, {"y", {}},  {"", {}}};
-    for (const Case& item : cases)
-        EXPECT_EQ(visemeOf(item.mnemonic), item.viseme) << item.mnemonic;
-}
-
 // The first: what the synthesiser's library tries of a sound server, it tries once for the process.
-TEST(Synthesizer, NeedsNoSoundServerToBegin) {
-    SoundServer server;
+TEST_F(Synthesizer, NeedsNoSoundServerToBegin) {
     server.pause();
-    const auto begin = Clock::now();
-    Speaker speaker(server);
-    EXPECT_LT(Clock::now() - begin, milliseconds(1500));
-    ASSERT_TRUE(speaker.voice);
-    EXPECT_FALSE(speaker.voice->voices().empty());
-    speaker.voice->queue(longText(2000));
-    speaker.voice->queue("...");
-    EXPECT_LT(speaker.untilEnded(2), lossLimit);
+    EXPECT_LT(durationOf([&] { open(); }), milliseconds(1500));
+    EXPECT_FALSE(voice->voices().empty());
+    say(longText(2000));
+    say("...");
+    expectLost(2);
     server.stop();
-    speaker.voice->queue(sentence);
-    EXPECT_LT(speaker.untilEnded(3), lossLimit);
-    EXPECT_EQ(speaker.count(Kind::started), 0);
+    say(sentence);
+    expectLost(3);
+    EXPECT_EQ(count(Kind::started), 0);
     server.start();
-    speaker.voice->queue("Here.");
-    EXPECT_TRUE(speaker.becomes(Kind::ended, 4));
-    EXPECT_EQ(speaker.count(Kind::started), 1);
+    say("Here.");
+    EXPECT_TRUE(becomes(Kind::ended, 4));
+    EXPECT_EQ(count(Kind::started), 1);
 }
 
-TEST(Synthesizer, SpeaksTextsInOrderAndTellsOfThemAsTheyAreHeard) {
-    SoundServer server;
+TEST_F(Synthesizer, SpeaksTextsInOrderAndTellsOfThemAsTheyAreHeard) {
     server.record();
-    Speaker speaker(server);
-    ASSERT_TRUE(speaker.voice);
-    speaker.voice->queue("Hello there, my friend.");
-    speaker.voice->queue("...");
-    speaker.voice->queue(std::string("\xff\xc3 a < b <break/> \x01 9 zero\0 bytes", 33));
-    ASSERT_TRUE(speaker.becomes(Kind::ended, 3));
+    open();
+    say("Hello there, my friend.");
+    say("...");
+    say(std::string("\xff\xc3 a < b <break/> \x01 9 zero\0 bytes", 33));
+    ASSERT_TRUE(becomes(Kind::ended, 3));
 
     // Each end comes after that text's sound, and its shapes between its start and its end.
     std::string order;
-    for (const SpeechEvent& event : speaker.events) {
+    for (const SpeechEvent& event : events) {
         const bool isRepeated = event.kind == Kind::viseme && order.ends_with('v');
         if (!isRepeated) order += "svE"[static_cast<size_t>(event.kind)];
         EXPECT_TRUE(event.viseme >= 0 && event.viseme <= 21) << event.viseme;
@@ -130,109 +114,91 @@ TEST(Synthesizer, SpeaksTextsInOrderAndTellsOfThemAsTheyAreHeard) {
     const size_t end = server.loudness().size();
     ASSERT_TRUE(soon([&] { return server.loudness().size() > end + 30; }));
     const std::vector<double> loudness = server.loudness();
-    EXPECT_GT(loudStretches(loudness), 150U);
-    EXPECT_EQ(std::count_if(loudness.begin() + static_cast<ptrdiff_t>(end), loudness.end(), isLoud), 0);
-    // The first end was told before the third text was heard.
-    const auto first = static_cast<ptrdiff_t>(speaker.endedAt.front());
-    EXPECT_GT(std::count_if(loudness.begin() + first, loudness.end(), isLoud), 50);
+    EXPECT_GT(loudStretches(loudness), 150);
+    EXPECT_EQ(loudStretches(loudness, end), 0);
+    EXPECT_GT(loudStretches(loudness, endedAt.front()), 50) << "the first end came before the third text";
 }
 
-TEST(Synthesizer, APurgeIsHeardAtOnceAndLeavesNothing) {
-    SoundServer server;
+TEST_F(Synthesizer, APurgeIsHeardAtOnceAndLeavesNothing) {
     server.record();
-    Speaker speaker(server);
-    ASSERT_TRUE(speaker.voice);
-    speaker.voice->queue(longText(8192));
-    speaker.voice->queue(sentence);
-    ASSERT_TRUE(speaker.becomes(Kind::viseme, 5));
+    open();
+    say(longText(8192));
+    say(sentence);
+    ASSERT_TRUE(becomes(Kind::viseme, 5));
     ASSERT_TRUE(soon([&] { return loudStretches(server.loudness()) > 20; }));
     const size_t purgedAt = server.loudness().size();
-    speaker.voice->purge();
-    speaker.events.clear();
+    voice->purge();
+    events.clear();
     ASSERT_TRUE(soon([&] { return server.loudness().size() > purgedAt + 150; }));
-    speaker.fetch();
-    EXPECT_TRUE(speaker.events.empty());
-    const std::vector<double> loudness = server.loudness();
-    const auto lastLoud = std::find_if(loudness.rbegin(), loudness.rend(), isLoud).base() - loudness.begin();
+    fetch();
+    EXPECT_TRUE(events.empty());
     // 200 ms, and twice that for a recording that lags behind what is heard.
-    EXPECT_LT(lastLoud, static_cast<ptrdiff_t>(purgedAt) + 60);
+    EXPECT_EQ(loudStretches(server.loudness(), purgedAt + 60), 0);
 
-    speaker.voice->queue("Yes.");
-    EXPECT_TRUE(speaker.becomes(Kind::ended, 1));
-    EXPECT_EQ(speaker.count(Kind::started), 1);
-    EXPECT_EQ(speaker.count(Kind::ended), 1);
+    say("Yes.");
+    EXPECT_TRUE(becomes(Kind::ended, 1));
+    EXPECT_EQ(count(Kind::started), 1);
+    EXPECT_EQ(count(Kind::ended), 1);
 }
 
-TEST(Synthesizer, TextsEndWhenTheServerDies) {
-    SoundServer server;
-    Speaker speaker(server);
-    ASSERT_TRUE(speaker.voice);
-    speaker.voice->queue(longText(2000));
-    speaker.voice->queue(sentence);
-    ASSERT_TRUE(speaker.becomes(Kind::started, 1));
+TEST_F(Synthesizer, TextsEndWhenTheServerDies) {
+    open();
+    say(longText(2000));
+    say(sentence);
+    ASSERT_TRUE(becomes(Kind::started, 1));
     server.stop();
-    EXPECT_LT(speaker.untilEnded(2), lossLimit);
-    speaker.voice->queue(sentence);
-    EXPECT_LT(speaker.untilEnded(3), lossLimit);
-    EXPECT_EQ(speaker.count(Kind::started), 1);
+    expectLost(2);
+    say(sentence);
+    expectLost(3);
+    EXPECT_EQ(count(Kind::started), 1);
 
     // Longer than any patience: the one that ran out with the dead server once counted against the new one.
     std::this_thread::sleep_for(milliseconds(3500));
     server.start();
-    speaker.voice->queue("Back again.");
-    EXPECT_TRUE(speaker.becomes(Kind::ended, 4));
-    EXPECT_EQ(speaker.count(Kind::started), 2);
-    EXPECT_EQ(speaker.count(Kind::ended), 4);
+    say("Back again.");
+    EXPECT_TRUE(becomes(Kind::ended, 4));
+    EXPECT_EQ(count(Kind::started), 2);
+    EXPECT_EQ(count(Kind::ended), 4);
 }
 
-TEST(Synthesizer, TextsEndWhenTheServerHangs) {
-    SoundServer server;
-    Speaker speaker(server);
-    ASSERT_TRUE(speaker.voice);
-    speaker.voice->queue(sentence);
-    speaker.voice->queue(sentence);
-    ASSERT_TRUE(speaker.becomes(Kind::started, 1));
+TEST_F(Synthesizer, TextsEndWhenTheServerHangs) {
+    open();
+    say(sentence);
+    say(sentence);
+    ASSERT_TRUE(becomes(Kind::started, 1));
     server.pause();
-    EXPECT_LT(speaker.untilEnded(2), lossLimit);
-
-    speaker.voice->queue(longText(2000));
-    EXPECT_LT(speaker.untilEnded(3), lossLimit);
+    expectLost(2);
+    say(longText(2000));
+    expectLost(3);
     server.resume();
-    speaker.voice->queue("Back again.");
-    ASSERT_TRUE(speaker.becomes(Kind::ended, 4));
-    EXPECT_EQ(speaker.count(Kind::started), 2);
+    say("Back again.");
+    ASSERT_TRUE(becomes(Kind::ended, 4));
+    EXPECT_EQ(count(Kind::started), 2);
 
     // It hangs again between two texts; nothing waits for it at the end either.
     server.pause();
-    speaker.voice->queue(sentence);
-    EXPECT_LT(speaker.untilEnded(5), lossLimit);
-    speaker.voice->queue(sentence);
-    const auto begin = Clock::now();
-    speaker.voice.reset();
-    EXPECT_LT(Clock::now() - begin, milliseconds(1500));
+    say(sentence);
+    expectLost(5);
+    say(sentence);
+    EXPECT_LT(durationOf([&] { voice.reset(); }), milliseconds(1500));
     server.resume();  // a stopped process doesn't end when it is told to
 }
 
-TEST(Synthesizer, SpeaksWithTheVoiceThatWasChosenUntilNoneIs) {
-    SoundServer server;
-    Speaker speaker(server);
-    ASSERT_TRUE(speaker.voice);
-    const std::vector<std::string>& voices = speaker.voice->voices();
+TEST_F(Synthesizer, SpeaksWithTheVoiceThatWasChosenUntilNoneIs) {
+    throws = true;
+    open();
+    const std::vector<std::string>& voices = voice->voices();
     const auto french = std::find(voices.begin(), voices.end(), "French (France)");
     ASSERT_NE(french, voices.end());
     // Where an English voice says "one", with round lips, a French one doesn't.
-    speaker.voice->useVoice(french - voices.begin());
-    speaker.voice->queue("1");
-    ASSERT_TRUE(speaker.becomes(Kind::ended, 1));
-    const auto frenchEvents = std::exchange(speaker.events, {});
-    speaker.voice->useVoice(std::nullopt);
-    speaker.voice->queue("1");
-    ASSERT_TRUE(speaker.becomes(Kind::ended, 1));
-    const auto rounds = [](const std::vector<SpeechEvent>& events) {
-        return std::count_if(events.begin(), events.end(), [](auto& event) { return event.viseme == 7; });
-    };
-    EXPECT_EQ(rounds(frenchEvents), 0);
-    EXPECT_GT(rounds(speaker.events), 0);
+    for (const bool isFrench : {true, false}) {
+        events.clear();
+        voice->useVoice(isFrench ? std::optional<size_t>(french - voices.begin()) : std::nullopt);
+        say("1");
+        ASSERT_TRUE(becomes(Kind::ended, 1));
+        const auto isRound = [](const SpeechEvent& event) { return event.viseme == 7; };
+        EXPECT_EQ(std::any_of(events.begin(), events.end(), isRound), !isFrench);
+    }
 }
 
 }  // namespace

@@ -18,6 +18,9 @@ struct ArchiveEntry {
 };
 
 enum class ArchiveKind { plainTar, tarGz, tarBz2, tarXz, tarZstd, paxGz, zip };
+inline constexpr ArchiveKind allArchiveKinds[] = {
+    ArchiveKind::plainTar, ArchiveKind::tarGz, ArchiveKind::tarBz2, ArchiveKind::tarXz,
+    ArchiveKind::tarZstd,  ArchiveKind::paxGz, ArchiveKind::zip};
 
 /// Writes an archive with these entries, in this order, as they are. Fails the current test when it can't.
 void makeArchive(const std::string& path, ArchiveKind kind, const std::vector<ArchiveEntry>& entries);

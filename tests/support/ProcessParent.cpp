@@ -1,7 +1,8 @@
-// A program for the process tests to start. It says one line on standard output, then waits.
+// A program for the process tests to start. It prints a number, 0 on failure, then waits.
 //
-//   process-parent abort|throw|exit    starts a child, says its number, and ends that way on SIGUSR1
-//   process-parent listen ADDRESS      listens on a free port of the IPv4 or IPv6 address and says its number
+//   process-parent abort|throw|exit    starts a child, prints its number, and ends that way on SIGUSR1
+//   process-parent listen ADDRESS      listens on a free port of the IPv4 or IPv6 address, and prints the
+//   port
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <signal.h>
@@ -10,7 +11,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -18,8 +18,8 @@
 
 namespace {
 
-void say(const std::string& line) {
-    std::puts(line.c_str());
+void say(int64_t number) {
+    std::puts(std::to_string(number).c_str());
     std::fflush(stdout);
 }
 
@@ -28,43 +28,29 @@ int die(const std::string& how) {
     sigemptyset(&go);
     sigaddset(&go, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &go, nullptr);
-
     ChildProcess child;
-    if (!child.start({.executable = "/bin/sleep", .arguments = {"600"}})) {
-        say("no child");
-        return 1;
-    }
-    say(std::to_string(child.id()));
+    const bool isStarted = child.start({.executable = "/bin/sleep", .arguments = {"600"}});
+    say(isStarted ? child.id() : 0);
     int number = 0;
     sigwait(&go, &number);
-    if (how == "abort") {
-        std::abort();
-    }
-    if (how == "throw") {
-        throw std::runtime_error("nobody catches this");
-    }
+    if (how == "abort") std::abort();
+    if (how == "throw") throw std::runtime_error("nobody catches this");
     std::exit(0);  // NOLINT(concurrency-mt-unsafe): `child` is not destroyed, and that is the point
 }
 
 int listen(const char* address) {
-    sockaddr_storage where = {};
+    sockaddr_in6 where = {};
     auto* const v4 = reinterpret_cast<sockaddr_in*>(&where);
-    auto* const v6 = reinterpret_cast<sockaddr_in6*>(&where);
-    if (inet_pton(AF_INET, address, &v4->sin_addr) == 1) {
-        where.ss_family = AF_INET;
-    } else if (inet_pton(AF_INET6, address, &v6->sin6_addr) == 1) {
-        where.ss_family = AF_INET6;
-    }
-    const int listener = socket(where.ss_family, SOCK_STREAM, 0);
-    socklen_t size = sizeof where;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&where), size) != 0 || ::listen(listener, 1) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&where), &size) != 0) {
-        say("0");
-        return 1;
-    }
-    say(std::to_string(ntohs(where.ss_family == AF_INET ? v4->sin_port : v6->sin6_port)));
-    pause();
-    return 0;
+    const bool isV4 = inet_pton(AF_INET, address, &v4->sin_addr) == 1;
+    if (!isV4) inet_pton(AF_INET6, address, &where.sin6_addr);
+    where.sin6_family = isV4 ? AF_INET : AF_INET6;  // both kinds have it, and the port, in the same place
+    socklen_t size = isV4 ? sizeof *v4 : sizeof where;
+    auto* const any = reinterpret_cast<sockaddr*>(&where);
+    const int listener = socket(where.sin6_family, SOCK_STREAM, 0);
+    const bool listens = bind(listener, any, size) == 0 && ::listen(listener, 1) == 0 &&
+                         getsockname(listener, any, &size) == 0;
+    say(listens ? ntohs(where.sin6_port) : 0);
+    return pause();
 }
 
 }  // namespace
@@ -72,8 +58,5 @@ int listen(const char* address) {
 // NOLINTNEXTLINE(bugprone-exception-escape): one of the ways to end
 int main(int count, char** arguments) {
     const std::string mode = count > 1 ? arguments[1] : "";
-    if (mode == "listen" && count > 2) {
-        return listen(arguments[2]);
-    }
-    return die(mode);
+    return mode == "listen" && count > 2 ? listen(arguments[2]) : die(mode);
 }

@@ -4,13 +4,12 @@
 
 #include "support/TemporaryFolder.h"
 
-/// A throw-away folder of assets with the stand-in for libvosk beside a model folder of libvosk's kind.
-/// FakeVosk.cpp says what the stand-in hears.
+/// A temporary folder of assets: a model folder for libvosk, with the stand-in FakeVosk.cpp beside it. Throws
+/// when the folder can't be filled.
 struct VoskFolder {
-    /// Fails the current test when the folder can't be filled.
     VoskFolder();
 
     TemporaryFolder assets;
-    std::string model;    ///< full path of the model folder, which has the name that Velu looks for
+    std::string model;    ///< full path of the model folder, under the name that Velu looks for
     std::string library;  ///< full path of the stand-in
 };

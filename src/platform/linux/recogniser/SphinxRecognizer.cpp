@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -51,15 +50,11 @@ constexpr std::array<double, 3> afterSoManyWords{4, 3, 1.5};  // since the last 
 constexpr int32_t shortestPause = 6;                          // in frames
 constexpr std::array<std::string_view, 5> greetings{"hey", "okay", "ok", "kay", "k"};  // as they are heard
 
-/// The grammar's single words. Its phrases end in one of them.
-std::set<std::string> singleWords(const std::string& grammar) {
+/// The phrases that are single words. All other phrases end in one of them.
+std::set<std::string> singleWords(const std::vector<std::string>& phrases) {
     std::set<std::string> words;
-    const auto phrases = nlohmann::json::parse(grammar, nullptr, false);
-    if (!phrases.is_array()) return words;
-    for (const auto& phrase : phrases) {
-        const auto* text = phrase.get_ptr<const std::string*>();
-        const bool isName = text != nullptr && *text != otherSpeech && text->find(' ') == std::string::npos;
-        if (isName) words.insert(*text);
+    for (const std::string& phrase : phrases) {
+        if (phrase != otherSpeech && phrase.find(' ') == std::string::npos) words.insert(phrase);
     }
     return words;
 }
@@ -106,10 +101,9 @@ struct SphinxRecognizer::Parts {
     int32_t hypotheses = 0;  ///< in a row that have the name there
     std::optional<Look> look;
     std::string heard;  ///< a name, or other speech; empty before there is any
-    std::string final;
 
     void begin();
-    void finish();
+    [[nodiscard]] WakeResult finish();
     void keep(const int16_t* samples, int32_t count);
     void judge(bool hasPaused);
     void beginLook(const std::string& name, int32_t frames, double signs);
@@ -132,8 +126,8 @@ bool SphinxRecognizer::loadModel(const std::string& folder) {
     return true;
 }
 
-bool SphinxRecognizer::createRecognizer(float sampleRate, const std::string& grammar) {
-    parts->names = singleWords(grammar);
+bool SphinxRecognizer::createRecognizer(float sampleRate, const std::vector<std::string>& phrases) {
+    parts->names = singleWords(phrases);
     auto& stream = parts->decoder.emplace();
     auto& stretch = parts->doubter.emplace();
     if (parts->names.empty() || !stream.open(parts->folder, sampleRate, Purpose::stream) ||
@@ -152,13 +146,10 @@ bool SphinxRecognizer::isReady() const {
     return parts->decoder.has_value();
 }
 
-bool SphinxRecognizer::accept(const int16_t* samples, int32_t count) {
+WakeResult SphinxRecognizer::accept(const int16_t* samples, int32_t count) {
     parts->keep(samples, count);
     if (parts->look) parts->endLook();
-    if (parts->hasEnded) {
-        parts->finish();
-        return true;
-    }
+    if (parts->hasEnded) return parts->finish();
     auto& decoder = *parts->decoder;
     decoder.take({samples, static_cast<size_t>(count)});
     const bool isInSpeech = decoder.isInSpeech();
@@ -168,22 +159,12 @@ bool SphinxRecognizer::accept(const int16_t* samples, int32_t count) {
     if (isInSpeech || hasPaused) parts->judge(hasPaused);
     parts->wasInSpeech = isInSpeech;
     parts->hasEnded = hasEnded;
-    if (!hasEnded || parts->look) return false;
-    parts->finish();
-    return true;
-}
-
-std::string SphinxRecognizer::result() const {
-    return nlohmann::json{{"text", parts->final}}.dump();
-}
-
-std::string SphinxRecognizer::partialResult() const {
-    return nlohmann::json{{"partial", parts->heard}}.dump();
+    if (!hasEnded || parts->look) return {parts->heard, false};
+    return parts->finish();
 }
 
 void SphinxRecognizer::reset() {
     if (!parts->hasEnded) parts->decoder->end();
-    parts->final.clear();
     parts->begin();
 }
 
@@ -196,9 +177,10 @@ void SphinxRecognizer::Parts::begin() {
     heard.clear();
 }
 
-void SphinxRecognizer::Parts::finish() {
-    final = heard;
+WakeResult SphinxRecognizer::Parts::finish() {
+    WakeResult result{heard, true};
     begin();
+    return result;
 }
 
 void SphinxRecognizer::Parts::keep(const int16_t* samples, int32_t count) {

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
-/// A recogniser made by PocketSphinx. It hears whole English sentences with the name among the words, and
-/// tells of the name alone.
+#include "platform/wake_recognizer.h"
+
+/// Spots the name with PocketSphinx, which hears whole English sentences with the name among the words.
 ///
 /// Threads: one at a time.
 class SphinxRecognizer {
@@ -15,20 +17,18 @@ public:
     SphinxRecognizer(const SphinxRecognizer&) = delete;
     SphinxRecognizer& operator=(const SphinxRecognizer&) = delete;
 
-    /// False when a file of the model is missing; whether they are any good shows when the recogniser is
-    /// made.
+    /// Returns false when a file of the model is missing or empty. Broken files are noticed by
+    /// `createRecognizer`.
     [[nodiscard]] bool loadModel(const std::string& folder);
 
-    /// As WakeRecognizer's. Only the single words of the grammar that the model's dictionary knows are told
-    /// of.
-    [[nodiscard]] bool createRecognizer(float sampleRate, const std::string& grammar);
+    /// As `WakeRecognizer`'s. Results hold "[unk]" or one of the phrases that are single words of the
+    /// model's dictionary.
+    [[nodiscard]] bool createRecognizer(float sampleRate, const std::vector<std::string>& phrases);
 
     [[nodiscard]] bool isReady() const;
 
-    // As WakeRecognizer's; only with a recogniser.
-    bool accept(const int16_t* samples, int32_t count);
-    [[nodiscard]] std::string result() const;
-    [[nodiscard]] std::string partialResult() const;
+    // As `WakeRecognizer`'s, once `isReady`.
+    [[nodiscard]] WakeResult accept(const int16_t* samples, int32_t count);
     void reset();
 
 private:

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/linux/recogniser/VoskJson.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -15,7 +17,7 @@ bool find(void* library, const char* name, Function& function) {
     return function != nullptr;
 }
 
-/// Whether the folder's model is for libvosk. Those that read another kind as theirs are many.
+/// Returns whether the folder's model is for libvosk, which also accepts other models and then misbehaves.
 bool holdsVoskModel(const fs::path& folder) {
     std::error_code error;
     return fs::is_regular_file(folder / "am" / "final.mdl", error);
@@ -61,24 +63,17 @@ bool VoskRecognizer::loadModel(const std::string& folder) {
     return model != nullptr;
 }
 
-bool VoskRecognizer::createRecognizer(float sampleRate, const std::string& grammar) {
+bool VoskRecognizer::createRecognizer(float sampleRate, const std::vector<std::string>& phrases) {
     if (recognizer != nullptr) vosk.vosk_recognizer_free(recognizer);
-    recognizer = vosk.vosk_recognizer_new_grm(model, sampleRate, grammar.c_str());
+    recognizer = vosk.vosk_recognizer_new_grm(model, sampleRate, voskGrammar(phrases).c_str());
     return recognizer != nullptr;
 }
 
-bool VoskRecognizer::accept(const int16_t* samples, int32_t count) {
-    return vosk.vosk_recognizer_accept_waveform_s(recognizer, samples, count) == 1;
-}
-
-std::string VoskRecognizer::result() {
-    const char* const answer = vosk.vosk_recognizer_result(recognizer);
-    return answer != nullptr ? answer : "";
-}
-
-std::string VoskRecognizer::partialResult() {
-    const char* const answer = vosk.vosk_recognizer_partial_result(recognizer);
-    return answer != nullptr ? answer : "";
+WakeResult VoskRecognizer::accept(const int16_t* samples, int32_t count) {
+    const bool isFinal = vosk.vosk_recognizer_accept_waveform_s(recognizer, samples, count) == 1;
+    const char* const json = isFinal ? vosk.vosk_recognizer_result(recognizer)
+                                     : vosk.vosk_recognizer_partial_result(recognizer);
+    return {json == nullptr ? "" : wordsOfVoskResult(json), isFinal};
 }
 
 void VoskRecognizer::reset() {

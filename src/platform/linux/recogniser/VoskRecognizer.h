@@ -2,8 +2,11 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-/// A recogniser made by libvosk, which is looked for at run time.
+#include "platform/wake_recognizer.h"
+
+/// Spots the name with libvosk, which is opened at run time.
 ///
 /// Threads: one at a time.
 class VoskRecognizer {
@@ -13,24 +16,22 @@ public:
     VoskRecognizer(const VoskRecognizer&) = delete;
     VoskRecognizer& operator=(const VoskRecognizer&) = delete;
 
-    /// Loads libvosk, the one beside the model folder or else the system's, and with it the model. Once.
-    /// False when the folder holds no model of libvosk's kind, when there is no library that can be used, or
-    /// when it doesn't take the model.
+    /// Loads libvosk, from beside the model folder or else from the system, and then the model. May be called
+    /// once. Returns false when the folder holds no model for libvosk, when no usable library is found, or
+    /// when the library refuses the model.
     [[nodiscard]] bool loadModel(const std::string& folder);
 
-    /// As WakeRecognizer's; with a model that was loaded.
-    [[nodiscard]] bool createRecognizer(float sampleRate, const std::string& grammar);
+    /// As `WakeRecognizer`'s, once a model is loaded.
+    [[nodiscard]] bool createRecognizer(float sampleRate, const std::vector<std::string>& phrases);
 
     [[nodiscard]] bool isReady() const { return recognizer != nullptr; }
 
-    // As WakeRecognizer's; only with a recogniser.
-    bool accept(const int16_t* samples, int32_t count);
-    [[nodiscard]] std::string result();
-    [[nodiscard]] std::string partialResult();
+    // As `WakeRecognizer`'s, once `isReady`.
+    [[nodiscard]] WakeResult accept(const int16_t* samples, int32_t count);
     void reset();
 
 private:
-    /// The library's functions, by its own names.
+    /// The library's functions under their own names.
     struct Functions {
         void (*vosk_set_log_level)(int level) = nullptr;
         void* (*vosk_model_new)(const char* folder) = nullptr;

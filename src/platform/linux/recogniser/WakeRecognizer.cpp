@@ -3,7 +3,7 @@
 #include "platform/linux/recogniser/SphinxRecognizer.h"
 #include "platform/linux/recogniser/VoskRecognizer.h"
 
-/// At most one of the two has a model.
+/// At most one of the two exists.
 struct WakeRecognizer::Parts {
     std::unique_ptr<VoskRecognizer> vosk;
     std::unique_ptr<SphinxRecognizer> sphinx;
@@ -28,30 +28,20 @@ bool WakeRecognizer::loadModel(const std::string& folder) {
     return true;
 }
 
-bool WakeRecognizer::createRecognizer(float sampleRate, const std::string& grammar) {
+bool WakeRecognizer::createRecognizer(float sampleRate, const std::vector<std::string>& phrases) {
     parts->isFresh = true;
-    if (parts->vosk) return parts->vosk->createRecognizer(sampleRate, grammar);
-    return parts->sphinx && parts->sphinx->createRecognizer(sampleRate, grammar);
+    if (parts->vosk) return parts->vosk->createRecognizer(sampleRate, phrases);
+    return parts->sphinx && parts->sphinx->createRecognizer(sampleRate, phrases);
 }
 
 bool WakeRecognizer::isReady() const {
     return parts->isReady();
 }
 
-bool WakeRecognizer::accept(const int16_t* samples, int32_t count) {
-    if (!parts->isReady() || count <= 0) return false;
+WakeResult WakeRecognizer::accept(const int16_t* samples, int32_t count) {
+    if (!parts->isReady() || count <= 0) return {};
     parts->isFresh = false;
     return parts->vosk ? parts->vosk->accept(samples, count) : parts->sphinx->accept(samples, count);
-}
-
-std::string WakeRecognizer::result() {
-    if (!parts->isReady()) return "";
-    return parts->vosk ? parts->vosk->result() : parts->sphinx->result();
-}
-
-std::string WakeRecognizer::partialResult() {
-    if (!parts->isReady()) return "";
-    return parts->vosk ? parts->vosk->partialResult() : parts->sphinx->partialResult();
 }
 
 void WakeRecognizer::reset() {

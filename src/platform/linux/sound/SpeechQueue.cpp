@@ -1,7 +1,10 @@
 #include "platform/linux/sound/SpeechQueue.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
+
+#include "platform/system.h"
 
 namespace {
 
@@ -9,6 +12,26 @@ using Kind = SpeechEvent::Kind;
 
 /// How exactly in time events are told while something is heard.
 constexpr auto tick = std::chrono::milliseconds(10);
+
+void report(const char* what) {
+    debugOutput("speech was interrupted by an unexpected error: ");
+    debugOutput(what);
+    debugOutput("\n");
+}
+
+/// Runs the action. Returns false when it threw, which is reported.
+template <typename Action>
+bool guarded(Action action) {
+    try {
+        action();
+        return true;
+    } catch (const std::exception& error) {
+        report(error.what());
+    } catch (...) {
+        report("not a standard exception");
+    }
+    return false;
+}
 
 }  // namespace
 
@@ -57,8 +80,12 @@ std::optional<SpeechEvent> SpeechQueue::nextEvent() {
 }
 
 void SpeechQueue::work() {
-    while (const auto text = nextText())
-        speak(*text);
+    const auto speakAll = [this] {
+        while (const auto text = nextText())
+            speak(*text);
+    };
+    while (!guarded(speakAll))
+        guarded([this] { giveUp(); });
 }
 
 std::optional<SpeechQueue::Text> SpeechQueue::nextText() {
@@ -139,7 +166,7 @@ void SpeechQueue::tell() {
     post(told);
 }
 
-/// Silences what was synthesised so far.
+/// Silences everything that was synthesised so far.
 void SpeechQueue::forget() {
     playback->stop();
     ahead.clear();
@@ -150,7 +177,7 @@ void SpeechQueue::forget() {
     heardGeneration = generation;
 }
 
-/// Nothing can be heard: all texts have ended. Whether the server is back is tried with the next one.
+/// Ends all texts, because nothing can be heard. The next text tries the server again.
 void SpeechQueue::giveUp() {
     auto lost = static_cast<size_t>(std::count_if(
         marks.begin(), marks.end(), [](const Mark& mark) { return mark.event.kind == Kind::ended; }));
@@ -175,7 +202,7 @@ void SpeechQueue::post(const std::vector<SpeechEvent>& told) {
         events.insert(events.end(), told.begin(), told.end());
         if (isAwaited) return;
     }
-    onEvents();
+    guarded(onEvents);
 }
 
 bool SpeechQueue::isPurged() {

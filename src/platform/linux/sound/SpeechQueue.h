@@ -16,9 +16,10 @@
 #include "platform/linux/sound/PulsePlayback.h"
 #include "platform/synthesizer.h"
 
-/// Speaks queued texts one after another on a thread of its own, and tells of them as they are heard.
+/// Speaks queued texts one after another on a thread of its own, and queues events as they are heard. An
+/// exception on that thread ends the queued texts with a line of debug output.
 ///
-/// Threads: any, but for `open`, which comes first; `onEvents` is called on the queue's thread.
+/// Threads: any, but `open` comes first; `onEvents` is called on the queue's thread.
 class SpeechQueue {
 public:
     explicit SpeechQueue(std::function<void()> onEvents) : onEvents(std::move(onEvents)) {}
@@ -26,7 +27,8 @@ public:
     SpeechQueue(const SpeechQueue&) = delete;
     SpeechQueue& operator=(const SpeechQueue&) = delete;
 
-    /// Finds the voices, and starts. False when there is none, or the process has no more files to open.
+    /// Finds the voices and starts the thread. Returns false without a voice, or when the process can open no
+    /// more files.
     [[nodiscard]] bool open();
 
     [[nodiscard]] const std::vector<EspeakSpeech::Voice>& voices() const { return speech.voices; }
@@ -40,7 +42,7 @@ private:
         std::string words;
         std::string voice;
     };
-    /// What is to be told when the sample at this place is heard.
+    /// An event that is due when the sample at `position` is heard.
     struct Mark {
         uint64_t position = 0;
         SpeechEvent event;
@@ -59,16 +61,15 @@ private:
     [[nodiscard]] bool isPurged();
 
     const std::function<void()> onEvents;
-    std::thread worker;
 
     std::mutex mutex;
     // Guarded by `mutex`.
     std::deque<Text> texts;
     std::deque<SpeechEvent> events;
-    uint64_t generation = 0;  ///< grows with each purge; what is left of an older one isn't told
+    uint64_t generation = 0;  ///< grows with each purge; events of an older one are dropped
     bool isEnding = false;
 
-    // The worker's, from `open` on; but `wake` and the voices.
+    // Used by the worker only, from `open` on, except `wake` and the voices.
     EspeakSpeech speech;
     std::unique_ptr<PulsePlayback> playback;
     std::vector<int16_t> ahead;    ///< synthesised, and not yet wanted by the server
@@ -76,4 +77,6 @@ private:
     uint64_t written = 0;          ///< samples given to the server
     uint64_t heardGeneration = 0;  ///< that of `ahead` and `marks`
     bool isSpeaking = false;       ///< a text is being synthesised, and neither purged nor given up
+
+    std::thread worker;  ///< last, because it uses all of the above
 };
