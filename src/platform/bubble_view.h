@@ -15,9 +15,9 @@ struct Rgb {
     uint8_t blue = 0;
 };
 
-/// How the panel looks, for as long as it lives. Sizes are pixels.
+/// The look of the panel, which doesn't change. Sizes are pixels.
 struct BubbleStyle {
-    const char* fontFamily = "";  ///< where the system lacks it, its own font for windows takes its place
+    const char* fontFamily = "";  ///< the system's own font for windows is the fallback
     int32_t bodyFont = 0;
     int32_t statusFont = 0;  ///< in italics
     int32_t cornerRadius = 0;
@@ -31,60 +31,59 @@ struct BubbleStyle {
     const char* placeholder = "";  ///< in the edit line while that is empty
 };
 
-/// Where everything is.
+/// The places of everything in the panel.
 struct BubbleLayout {
-    Rect window;                   ///< on the screen; all else is given from its top left corner
-    bool above = true;             ///< it stands above what it belongs to
+    Rect window;                   ///< on the screen; all else is relative to its top left corner
+    bool above = true;             ///< the panel is above the head
     Rect body;                     ///< the rounded panel with its border
-    Rect text;                     ///< of the main text the lines in here are seen
-    int32_t textTop = 0;           ///< where its first line begins, perhaps far above what is seen
+    Rect text;                     ///< the visible part of the main text
+    int32_t textTop = 0;           ///< top of its first line, perhaps far above the visible part
     Rect status;                   ///< of the status line; empty when there is none
     Rect edit;                     ///< of the edit line; empty when there is none
     std::array<Point, 3> pointer;  ///< the triangle that makes one shape with the body; the last is its tip
     bool operator==(const BubbleLayout&) const = default;
 };
 
-/// What the panel reports, from within `Desktop::processEvents`. All must be set.
+/// The callbacks of the panel, called from within `Desktop::processEvents`. All must be set.
 struct BubbleViewEvents {
-    std::function<void()> clicked;  ///< the first button went down on the panel, beside the edit line
-    std::function<void(const std::string& text)> submitted;  ///< Enter; the edit line is empty again
-    std::function<void()> escaped;      ///< Escape, or the window manager wants the panel gone
-    std::function<void()> deactivated;  ///< it had the keyboard, and another window has it now
+    std::function<void()> clicked;  ///< the first button was pressed on the panel, outside the edit line
+    std::function<void(const std::string& text)> submitted;  ///< Enter; the edit line has been emptied
+    std::function<void()> escaped;      ///< Escape, or the window manager asks to close the panel
+    std::function<void()> deactivated;  ///< another window has taken the keyboard from it
 };
 
 /// The speech bubble's window: a panel with a pointer, above all ordinary windows, without an entry in task
-/// bars. It shows what it is handed and takes the keyboard only between `takeKeyboard` and
-/// `giveKeyboardBack`. What isn't panel or pointer is see-through and takes no clicks. Goes before the
-/// `Desktop` does. Threads: the one that connected to the desktop.
+/// bars. It has the keyboard only between `takeKeyboard` and `giveKeyboardBack`. Everything around panel and
+/// pointer is see-through and takes no clicks. It must be destroyed before the `Desktop`. Threads: that of
+/// the `Desktop`.
 class BubbleView {
 public:
-    /// Hidden at first. Null when the system can't make such a window.
+    /// Returns the window, hidden; null when the system can't make it.
     static std::unique_ptr<BubbleView> create(const Desktop& desktop, const BubbleStyle& style,
                                               BubbleViewEvents events);
     ~BubbleView();
     BubbleView(const BubbleView&) = delete;
     BubbleView& operator=(const BubbleView&) = delete;
 
-    /// The height in pixels of a UTF-8 text, broken into lines of this width as `show` does it: between
-    /// words, within one only where it alone is too wide. 0 for an empty text.
+    /// Returns the height in pixels of a UTF-8 text in lines of this width, as `show` breaks them: between
+    /// words, and within a word only if it alone is too wide. Returns 0 for an empty text.
     int32_t textHeight(const std::string& text, int32_t width);
 
-    /// Shows the panel and brings it to the front, without activating it. A status that is too wide ends in
-    /// an ellipsis. Does nothing when all of this is on the screen already.
+    /// Shows the panel in front, without activating it. A status that is too wide ends in an ellipsis. Does
+    /// nothing when the screen shows all of this already.
     void show(const BubbleLayout& layout, const std::string& text, const std::string& status);
 
-    /// Gives the keyboard back first.
+    /// Hides the panel, after it has given the keyboard back.
     void hide();
 
-    /// Whether it is shown; it may still be covered.
+    /// Returns whether the panel is shown; other windows may cover it.
     [[nodiscard]] bool isVisible() const;
 
-    /// Gives the keyboard to the edit line of the shown panel, and remembers which window the user worked
-    /// with.
+    /// Gives the keyboard to the edit line of the shown panel, and remembers the window that had it.
     void takeKeyboard();
 
-    /// From now on the panel doesn't take the keyboard. If it has it, that window gets it back, provided that
-    /// it is still on the screen; else the system chooses one.
+    /// Makes the panel refuse the keyboard again. If the panel has the keyboard, the remembered window gets
+    /// it, or, when that is gone, a window of the system's choice.
     void giveKeyboardBack();
 
 private:

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// Width and height in pixels; both 0 where the device doesn't tell.
+/// Width and height in pixels; both 0 when the device doesn't tell.
 struct CameraSize {
     int32_t width = 0;
     int32_t height = 0;
@@ -14,43 +14,44 @@ struct CameraSize {
     bool operator==(const CameraSize&) const = default;
 };
 
-/// A device that pictures can be taken from.
+/// A device that takes pictures.
 struct CameraDevice {
-    std::string id;                 ///< by which the system knows it
-    std::string name;               ///< by which its user does; empty when it has none
-    bool isGrey = false;            ///< all that it offers is without colour
-    std::vector<CameraSize> sizes;  ///< in which it offers what we can read, in its own order; of a range the
-                                    ///< one that is nearest to 640 x 480; empty when we can read nothing
+    std::string id;       ///< the system's name for it
+    std::string name;     ///< the user's name for it; may be empty
+    bool isGrey = false;  ///< all of its formats are without colour
+    /// The sizes of the formats that we can read, in the device's order; for a range the size nearest to
+    /// 640 x 480. Empty when we can read none.
+    std::vector<CameraSize> sizes;
 };
 
-/// The cameras, in the system's order, but those that offer nothing that we can read come last; a camera that
-/// two of its subsystems show is there once. A subsystem that doesn't answer within `limitMs` counts as
-/// having none; empty within 100 ms after `cancel` (may be null) has turned true. Threads: any; blocks 100 ms
-/// longer than that at most.
+/// Returns the cameras in the system's order, except that those without a readable format come last. A camera
+/// that two subsystems report is listed once. A subsystem that doesn't answer within `limitMs` counts as
+/// empty. Returns nothing, within 100 ms, when `cancel` (may be null) turns true. Threads: any; blocks for
+/// `limitMs` and 100 ms at most.
 std::vector<CameraDevice> listCameras(int32_t limitMs, const std::atomic<bool>* cancel);
 
-/// One picture: 4 bytes a pixel in the order blue, green, red, alpha; the top row first; no gaps. What stands
-/// for alpha is the camera's affair and means nothing.
+/// A picture: 4 bytes a pixel in the order blue, green, red, alpha; the top row first; no gaps. The alpha
+/// bytes mean nothing.
 struct CameraFrame {
     int32_t width = 0;
     int32_t height = 0;
     std::vector<uint8_t> pixels;
 };
 
-/// How it stands with a camera.
+/// The state of a camera.
 enum class CameraState {
     running,
     notActivated,  ///< the device can't be opened: gone, in use, or forbidden
-    notReadable,   ///< it can be, but nothing comes of it
-    noSuchFormat,  ///< nothing that it offers can be turned into our pixels
-    ended,         ///< it brought pictures and doesn't any more
-    interrupted,   ///< what was waited for was called off
+    notReadable,   ///< the device was opened, but delivers nothing
+    noSuchFormat,  ///< none of its formats can be converted to our pixels
+    ended,         ///< it delivered pictures, and doesn't any more
+    interrupted,   ///< the call was interrupted
 };
 
-/// One camera.
+/// One camera at a time.
 ///
-/// Threads: one, but for `interrupt`. No call waits longer than it says, but for the 200 ms at most in which
-/// a camera is let go of; also when the driver hangs.
+/// Threads: one, except for `interrupt`. No call blocks longer than stated here, plus at most 200 ms to close
+/// a camera, even when the driver hangs.
 class Camera {
 public:
     Camera();
@@ -58,32 +59,32 @@ public:
     Camera(const Camera&) = delete;
     Camera& operator=(const Camera&) = delete;
 
-    /// Opens the device at this one of its sizes and starts it; first lets go of one that is open. Waits 10
-    /// seconds at most, until the first picture has come: a camera may take that long to wake up.
+    /// Closes the open device, if any, then opens and starts `device` at `size`, one of its sizes. Returns
+    /// `running` once the first picture has come. Blocks for at most 10 seconds: a camera may need that long
+    /// to wake up.
     [[nodiscard]] CameraState open(const CameraDevice& device, const CameraSize& size);
 
-    /// The size of the pictures, once it is open. It is another than the one that was asked for when the
-    /// camera is shared and another program has it running already.
+    /// Returns the size of the pictures of the open camera. It differs from the requested size when another
+    /// program already uses the camera.
     [[nodiscard]] CameraSize size() const;
 
-    /// Takes the next picture that the camera brings once `pauseMs` have gone by, and waits up to `waitMs`
-    /// beyond that for it: with `running` and no pixels none came. Those before are let go by at next to no
-    /// cost, and none is kept: what one gets is never older than the call. A camera that doesn't bring what
-    /// was asked for within 5 seconds has ended, over however many calls. What can't go on is let go of; with
-    /// none open this tells again what became of the last.
+    /// Blocks for `pauseMs`, then for at most `waitMs` until the next picture comes. Returns `running` with
+    /// the picture, or without pixels when none came. Earlier pictures are skipped at almost no cost, so that
+    /// a picture is never older than the call. A camera that is silent for 5 seconds, over several calls too,
+    /// has ended. On any other state the camera is closed, except for `interrupted`; a closed camera returns
+    /// its last state again.
     [[nodiscard]] CameraState read(CameraFrame& frame, int32_t pauseMs, int32_t waitMs);
 
-    /// The system's number for what went wrong, behind a state other than `running`: in the upper 16 bits the
-    /// part of it (1 the core, 2 a library, 3 the device, 4 the stream, 5 the process that takes the
-    /// pictures, which has died or can't be started), in the lower what that part says; 0 when nothing was
-    /// said.
+    /// Returns the system's number for the last failure: in the upper 16 bits where it happened (1 the core,
+    /// 2 a library, 3 the device, 4 the stream, 5 the process that takes the pictures, which died or can't be
+    /// started), in the lower 16 bits the reason; 0 when no reason is known.
     [[nodiscard]] uint32_t errorCode() const;
 
-    /// Lets go of the device, and forgets an interruption that nothing waited for. Waits 200 ms at most: a
-    /// driver that takes longer goes on by itself.
+    /// Closes the device and drops an interruption that is still pending. Blocks for at most 200 ms; a slower
+    /// driver finishes by itself. Does nothing more when no device is open.
     void close();
 
-    /// Calls off the `open` or `read` that waits, or the next one when none does. From any thread.
+    /// Ends the `open` or `read` that blocks, or else the next one, with `interrupted`. Threads: any.
     void interrupt();
 
 private:

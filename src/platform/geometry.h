@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// A place on the screen in device pixels, y downwards. Screens left of or above the first one have negative
-/// places.
+/// A place on the screen in device pixels; y grows downwards. Screens left of or above the first one have
+/// negative coordinates.
 struct Point {
     int32_t x = 0;
     int32_t y = 0;

@@ -6,28 +6,30 @@
 #include <string>
 #include <vector>
 
-/// A device that sound can be recorded from.
+/// A device that records sound.
 struct MicrophoneDevice {
-    std::string id;    ///< by which the system knows it
-    std::string name;  ///< by which its user does
+    std::string id;    ///< the system's name for it
+    std::string name;  ///< the user's name for it
 };
 
-/// The microphones, in the system's order; what another program plays isn't one. Empty without a sound
-/// system, when it doesn't answer within `limitMs`, and within 50 ms after `cancel` (may be null) has turned
-/// true. Threads: any; blocks that long at most.
+/// Returns the microphones in the system's order, without devices that record what other programs play.
+/// Returns nothing without a sound system, when it doesn't answer within `limitMs`, or, within 50 ms, when
+/// `cancel` (may be null) turns true. Threads: any; blocks for `limitMs` at most.
 std::vector<MicrophoneDevice> listMicrophones(int32_t limitMs, const std::atomic<bool>* cancel);
 
-/// How it stands with a microphone.
+/// The state of a microphone.
 enum class MicrophoneState {
     running,
-    notFound,     ///< there is no sound system, or no such device, or not any more
-    unusable,     ///< it is there and can't be used, or it fell silent without a word
-    interrupted,  ///< what was waited for was called off
+    notFound,     ///< there is no sound system or no such device, or it was removed
+    unusable,     ///< the device exists but can't be used, or it stopped delivering sound
+    interrupted,  ///< the call was interrupted
 };
 
-/// One microphone, heard as 16-bit samples of one channel at 16,000 a second, whatever the device has.
+/// One microphone at a time, as 16-bit samples of one channel at 16,000 a second, whatever the device's own
+/// format.
 ///
-/// Threads: one, but for `interrupt`. No call waits longer than it says, also when the sound system hangs.
+/// Threads: one, except for `interrupt`. No call blocks longer than stated here, even when the sound system
+/// hangs.
 class Microphone {
 public:
     Microphone();
@@ -35,27 +37,26 @@ public:
     Microphone(const Microphone&) = delete;
     Microphone& operator=(const Microphone&) = delete;
 
-    /// Opens the device with this id, or the one that the system prefers when `id` is empty, and starts to
-    /// record; first lets go of one that is open. Waits 3 seconds at most. A chosen device is stayed with;
-    /// with the preferred one the user may move us to another while it runs. What another program plays is
-    /// never found, also when the system prefers it for want of a microphone.
+    /// Closes the open device, if any, then opens the device `id` and starts to record; an empty `id` means
+    /// the one that the system prefers. The user may later switch us from the preferred device to another,
+    /// but never from a chosen one. A device that records what other programs play is `notFound`, even if the
+    /// system prefers it. Blocks for at most 3 seconds.
     [[nodiscard]] MicrophoneState open(const std::string& id);
 
-    /// Puts the next 100 ms, 1600 samples, into `samples`; they come in the order in which they were recorded
-    /// and what the device lost in between, or while the system had it sleep, counts as silence. Waits up to
-    /// `waitMs` for them: with `running` and no samples there weren't any yet. An open microphone that has
-    /// brought nothing at all for 1.5 seconds, or for 3 since it was opened, is unusable. What can't go on is
-    /// let go of; with none open this tells again what became of the last.
+    /// Puts the next 100 ms, 1600 samples, into `samples`, in the order of recording; gaps and times in which
+    /// the system suspends the device count as silence. Blocks for at most `waitMs`; returns `running`
+    /// without samples when there are not enough yet. A microphone that delivers nothing for 1.5 seconds, or
+    /// for 3 after `open`, is `unusable`. On a failure the microphone is closed; a closed one returns its
+    /// last state again.
     [[nodiscard]] MicrophoneState read(std::vector<int16_t>& samples, int32_t waitMs);
 
-    /// The system's number for what went wrong, behind a state of `notFound` or `unusable`.
+    /// Returns the system's number for the last failure, after `notFound` or `unusable`.
     [[nodiscard]] uint32_t errorCode() const;
 
-    /// Lets go of the device, and forgets an interruption that nothing waited for. Waits for nothing. Safe
-    /// with none open.
+    /// Closes the device, if one is open, and drops an interruption that is still pending. Doesn't block.
     void close();
 
-    /// Calls off the `open` or `read` that waits, or the next one when none does. From any thread.
+    /// Ends the `open` or `read` that blocks, or else the next one, with `interrupted`. Threads: any.
     void interrupt();
 
 private:

@@ -7,29 +7,29 @@
 #include <string>
 #include <vector>
 
-/// A trained network that takes one tensor of floats and gives some, all of floats.
+/// A trained network that takes one tensor of floats and returns one or more tensors of floats. Failures are
+/// thrown as `std::runtime_error` with the runtime's message; the network can be used again afterwards.
 ///
-/// Threads: any; one call at a time for each network. What goes wrong is thrown as `std::runtime_error`, with
-/// the runtime's own words; the network can be used again after it.
+/// Threads: any; one call at a time for each network.
 class NeuralNetwork {
 public:
-    /// Loads the network's file, for the first network the runtime too. Blocks for tens of milliseconds.
-    /// Throws when there is no runtime, or the file is none that it knows, or its input isn't one tensor of
-    /// floats, or not all outputs are such.
+    /// Loads the network's file, and with the first network the runtime. Throws when there is no runtime,
+    /// when it can't read the file, or when input and outputs aren't tensors of floats. Blocks for tens of
+    /// milliseconds.
     explicit NeuralNetwork(const std::string& path);
     ~NeuralNetwork();
     NeuralNetwork(NeuralNetwork&&) noexcept;
     NeuralNetwork& operator=(NeuralNetwork&&) noexcept;
 
-    /// The shape of its input, as many numbers as it has dimensions; one that is left open is negative.
+    /// Returns the shape of the input, one number for each dimension; a dimension of any size is negative.
     [[nodiscard]] const std::vector<int64_t>& inputShape() const;
 
-    /// The names of its outputs, in its own order.
+    /// Returns the names of the outputs, in the network's order.
     [[nodiscard]] const std::vector<std::string>& outputNames() const;
 
-    /// Feeds it a tensor of this shape; `values` must have as many as the shape says. Gives the values of all
-    /// outputs, flat, in the order of their names; they are there until the next run. Throws when the shape
-    /// isn't one that the network takes.
+    /// Runs the network on a tensor of this shape; `values` must have as many numbers as the shape says.
+    /// Returns the values of each output, flat, in the order of `outputNames`; they are valid until the next
+    /// run. Throws when the network doesn't take the shape.
     [[nodiscard]] const std::vector<std::span<const float>>& run(std::span<const float> values,
                                                                  const std::array<int64_t, 4>& shape);
 

@@ -5,29 +5,30 @@
 #include <string>
 #include <vector>
 
-/// What a child process is started with. Paths are UTF-8. The empty initialisers let a caller name only what
-/// it sets.
+/// How to start a child process. Paths are UTF-8. The empty initialisers let a caller name only the fields
+/// that it sets.
 struct ProcessOptions {
-    /// Full path; there is no search along PATH.
+    /// Full path; PATH is not searched.
     std::string executable = {};
-    /// Without the program's own name; handed over as they are, with no shell between.
+    /// Passed unchanged, without a shell; the program's own name is not among them.
     std::vector<std::string> arguments = {};
-    /// Empty: that of this process.
+    /// Empty: the working folder of this process.
     std::string workingFolder = {};
-    /// For standard output and error, begun afresh. Empty, or not to be opened: both are inherited.
+    /// Receives standard output and error, and is emptied first. When it is empty or can't be opened, both
+    /// outputs are inherited.
     std::string logFile = {};
-    /// The system's number of an open file that becomes the child's standard input; it stays the caller's.
-    /// -1: an empty one.
+    /// The system's number of an open file that becomes the child's standard input; the caller keeps it.
+    /// -1: the child reads an empty file.
     int standardInput = -1;
-    /// Asks for more than the normal share of the processor; refusal is not an error.
+    /// Asks for a higher priority than normal; a refusal is not an error.
     bool raisePriority = false;
 };
 
 /// One child process, without a window.
 ///
-/// The child dies when this program dies, however it dies (children of its own may outlive it then), and
-/// lives on when the thread that started it ends. It leads a process group of its own, so that a Ctrl+C at
-/// our terminal doesn't reach it and ending it takes its own children along.
+/// The child dies when this program dies, however it dies (its own children may survive then). It survives
+/// the thread that started it. It leads a process group, so that a Ctrl+C at our terminal doesn't reach it,
+/// and ending it ends its own children too.
 ///
 /// Threads: one at a time for each object; different objects may be used on different threads.
 class ChildProcess {
@@ -37,30 +38,30 @@ public:
     ChildProcess(ChildProcess&&) noexcept;
     ChildProcess& operator=(ChildProcess&&) noexcept;
 
-    /// Starts the program; a child that this object still holds is ended first. False when it can't be
-    /// created (no such file, not executable, no memory); the object then holds none.
+    /// Ends the held child, if any, and starts the program. Returns false when that fails (no such file, not
+    /// executable, no memory); the object then holds no child. Blocks until the program runs.
     [[nodiscard]] bool start(const ProcessOptions& options);
 
-    /// True while the object holds a child: from a good `start` until `end`, or until `hasExited` said yes.
+    /// Returns whether the object holds a child: from a successful `start` until `end`, or until `hasExited`
+    /// returned true.
     [[nodiscard]] bool isHeld() const;
 
-    /// Whether the held child has ended by itself; if so it is let go. True also when none is held.
+    /// Returns true when the held child has ended by itself, and releases it; also when no child is held.
     /// Doesn't block.
     [[nodiscard]] bool hasExited();
 
-    /// Waits up to `milliseconds` for the held child to end by itself; returns at once when it does. Like
-    /// `hasExited` otherwise.
+    /// Blocks until the held child has ended by itself, for at most `milliseconds`. Returns as `hasExited`.
     [[nodiscard]] bool waitForExit(int milliseconds);
 
-    /// Whether the held child itself listens on this TCP port. It tells our own server from a stranger that
-    /// took the port before it. True as well when the system doesn't tell whose port it is.
+    /// Returns whether the held child itself listens on this TCP port, and not another program that took the
+    /// port first. Returns true when the system doesn't tell whose port it is; false without a child.
     [[nodiscard]] bool listensOn(int32_t port) const;
 
-    /// Ends the child and its group at once, without asking, and waits that long at most for it to be gone.
-    /// Death takes longer than a few milliseconds only when the system is stuck in a driver.
+    /// Kills the child and its group, and blocks until it is gone, for at most `milliseconds`. That takes
+    /// more than a few milliseconds only when the system is stuck in a driver. Does nothing without a child.
     void end(int milliseconds = 3000);
 
-    /// The system's number of the held child, 0 for none.
+    /// Returns the system's number of the held child; 0 without one.
     [[nodiscard]] int64_t id() const;
 
 private:
@@ -68,8 +69,8 @@ private:
     std::unique_ptr<State> state;
 };
 
-/// Whether anything listens on this TCP port of the loopback interface. Programs that share their ports would
-/// otherwise split its callers among them without a word. Connections that are only dying on the port don't
-/// count. False as well when it can't be found out. Any thread; blocks for a second at most, and only when
-/// the listener is stuck.
+/// Returns whether any program listens on this TCP port of the loopback interface; programs that share a port
+/// would silently split its callers between them. Closing connections on the port don't count. Returns false
+/// when it can't be found out. Threads: any; blocks for a second at most, and only when the listener is
+/// stuck.
 bool isPortTaken(int32_t port);

@@ -7,78 +7,78 @@
 #include <string>
 #include <vector>
 
-// What the program asks of the operating system beside processes, archives and devices. Paths are UTF-8.
-// Threads: everything here may be called from any thread.
+// Everything else that the program needs of the operating system. Paths are UTF-8.
+// Threads: any, for everything here.
 
-/// Sets what a process must set before anything else: that writing to a pipe whose reader is gone is an error
-/// like any other, not the end of the program. Once, by the entry, before there are threads.
+/// Makes writing to a pipe without a reader an ordinary error instead of the end of the program. To be called
+/// once, by the entry, before there are threads.
 void prepareProcess();
 
-/// From now on the first request to end (SIGTERM, SIGINT, SIGHUP) doesn't end the process, but is kept for
-/// `terminationRequested`; a second one of the same kind does. One that was to be ignored still is. Once.
+/// From now on the first request to end (SIGTERM, SIGINT, SIGHUP) only sets `terminationRequested`; a second
+/// one of the same kind ends the process. Signals that are ignored stay ignored. To be called once.
 void catchTermination();
 
-/// Whether the user or the system has asked the process to end since `catchTermination`.
+/// Returns whether the user or the system has asked the process to end since `catchTermination`.
 bool terminationRequested();
 
-/// The folder for a program's own data of this user, without the program's name; created if it is missing.
-/// Empty when the system can't tell.
+/// Returns the folder for the data of this user's programs, without the program's name; creates it if it is
+/// missing. Returns an empty text when the system can't tell.
 std::string localDataFolder();
 
-/// Creates one folder, readable for this user only. Its parent must exist. Says nothing on failure or when it
-/// is there already.
+/// Creates one folder, readable for this user only. Its parent must exist. Does not report a failure; a
+/// folder that exists is left as it is.
 void createPrivateFolder(const std::string& path);
 
-/// The folder of the running executable, empty when the system can't tell.
+/// Returns the folder of the running executable; empty when the system can't tell.
 std::string executableFolder();
 
-/// Sends text to where a developer looks for a program's messages. Never fails.
+/// Writes text to the place where developers look for a program's messages. Never fails.
 void debugOutput(const char* text);
 
-/// The number of physical processor cores; 4 when it can't be found out.
+/// Returns the number of physical processor cores; 4 when it can't be found out.
 int32_t physicalCoreCount();
 
-/// Bytes that this user may still write on the volume of `path`; nothing when it can't be found out.
+/// Returns the bytes that this user may still write on the volume of `path`; nothing when it can't be found
+/// out.
 std::optional<uint64_t> freeDiskSpace(const std::string& path);
 
-/// The name by which a user knows the volume that holds `path`: a mount point, or a drive's letter.
+/// Returns the user's name for the volume that holds `path`: a mount point, or a drive letter.
 std::string volumeName(const std::string& path);
 
-/// `time` in the user's time zone.
+/// Returns `time` in the user's time zone.
 std::tm localTime(std::time_t time);
 
-/// Opens an address or a folder with the program that this user has for it. Returns at once; what is opened
-/// outlives this program. Nothing happens when there is no such program.
+/// Opens an address or a folder with the user's program for it, which outlives this program. Returns at once.
+/// Does nothing when there is no such program.
 void openOnDesktop(const std::string& target);
 
-/// Has the desktop start this program, without arguments, when the user logs on, or no longer. A failure is
-/// not reported.
+/// Sets whether the desktop starts this program, without arguments, when the user logs on. Does not report a
+/// failure.
 void setRunAtStartup(bool enabled);
 
-/// One graphics adapter.
+/// A graphics adapter.
 struct GraphicsAdapter {
     std::string name;
-    uint32_t vendor = 0;  ///< PCI vendor number
-    uint64_t dedicatedMemory =
-        0;                    ///< bytes of its own; memory that it shares with the processor doesn't count
-    bool isSoftware = false;  ///< drawn by the processor
+    uint32_t vendor = 0;           ///< PCI vendor number
+    uint64_t dedicatedMemory = 0;  ///< bytes, without memory that it shares with the processor
+    bool isSoftware = false;       ///< the processor does the drawing
 };
 
-/// True when the Vulkan loader is installed.
+/// Returns whether the Vulkan loader is installed.
 bool hasVulkanLoader();
 
-/// True when the driver for NVIDIA's cards is installed.
+/// Returns whether the driver for NVIDIA cards is installed.
 bool hasNvidiaDriver();
 
-/// The adapters in the system's order; nothing when they can't be listed at all. May take a second: drivers
-/// are loaded for it.
+/// Returns the adapters in the system's order; nothing when they can't be listed. Blocks for up to a second,
+/// because drivers are loaded.
 std::optional<std::vector<GraphicsAdapter>> graphicsAdapters();
 
-/// A name that only one process of this user can hold at a time. The system takes it back however the holder
-/// ends, and children don't inherit it.
+/// A name that only one process of this user can hold at a time. It becomes free however the holder ends, and
+/// children don't inherit it.
 class SingleInstance {
 public:
-    /// Takes the name if it is free. `isFirst` is true as well when the system can't tell.
+    /// Takes the name if it is free. `isFirst` is also true when the system can't tell.
     explicit SingleInstance(const std::string& name);
     ~SingleInstance();
     SingleInstance(const SingleInstance&) = delete;

@@ -9,6 +9,7 @@
 
 #include "support/Soon.h"
 #include "support/SoundServer.h"
+#include "support/Speech.h"
 #include "support/Timing.h"
 
 namespace {
@@ -16,15 +17,8 @@ namespace {
 using State = MicrophoneState;
 using std::chrono::milliseconds;
 
-constexpr double step = 2 * std::numbers::pi * 443.7 / 16000;  // its waves don't fit into 100 ms
-constexpr int32_t amplitude = 10000;
-
-std::vector<int16_t> tone(int32_t seconds) {
-    std::vector<int16_t> samples(static_cast<size_t>(seconds) * 16000);
-    for (size_t i = 0; i < samples.size(); ++i)
-        samples[i] = static_cast<int16_t>(amplitude * std::sin(step * static_cast<double>(i)));
-    return samples;
-}
+constexpr double hertz = 443.7;  // its waves don't fit into 100 ms
+constexpr int32_t amplitude = 8000;
 
 class Microphone : public testing::Test {
 protected:
@@ -72,7 +66,7 @@ protected:
 };
 
 TEST_F(Microphone, HearsATonePlayedInTheRoomWithoutGaps) {
-    const auto player = server.playToRoom(tone(60));
+    const auto player = server.playToRoom(tone(hertz, 60));
     ASSERT_EQ(listener.open(), State::running);
     ASSERT_TRUE(listener.becomes(true));
     std::vector<int16_t> heard;
@@ -86,6 +80,7 @@ TEST_F(Microphone, HearsATonePlayedInTheRoomWithoutGaps) {
     });
     EXPECT_GT(time, milliseconds(1600));
     // A sine of this frequency, and of no other, tells each sample from the two before it.
+    const double step = 2 * std::numbers::pi * hertz / 16000;
     int32_t jumps = 0;
     double power = 0;
     for (size_t i = 2; i < heard.size(); ++i) {
@@ -114,7 +109,7 @@ TEST_F(Microphone, IsListedByItsHumanNameWithoutMonitors) {
 
 TEST_F(Microphone, TheChosenDeviceIsHeardOrThePreferredOne) {
     server.addMicrophone("desk", "Desk");
-    const auto player = server.playToRoom(tone(60));
+    const auto player = server.playToRoom(tone(hertz, 60));
     server.control({"set-source-mute", "microphone", "1"});
     Listener chosen;
     ASSERT_EQ(chosen.open("desk"), State::running);

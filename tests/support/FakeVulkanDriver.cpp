@@ -3,8 +3,12 @@
 #include <vulkan/vk_icd.h>
 #include <vulkan/vulkan.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -12,36 +16,26 @@ constexpr VkDeviceSize gib = 1ULL << 30;
 constexpr VkMemoryHeapFlags own = VK_MEMORY_HEAP_DEVICE_LOCAL_BIT;
 
 /// The loader keeps a pointer of its own at the beginning of each object.
-struct Instance {
-    VK_LOADER_DATA loader;
-};
 struct Adapter {
     VK_LOADER_DATA loader;
     const char* name;
     uint32_t vendor;
     VkPhysicalDeviceType type;
-    uint32_t heapCount;
-    VkMemoryHeap heaps[3];
+    std::vector<VkMemoryHeap> heaps;
 };
 
-Instance theInstance = {{ICD_LOADER_MAGIC}};
+VK_LOADER_DATA theInstance = {ICD_LOADER_MAGIC};
+constexpr VK_LOADER_DATA magic = {ICD_LOADER_MAGIC};
 Adapter adapters[] = {
-    {{ICD_LOADER_MAGIC},
+    {magic,
      "Card",
      0x10de,
      VK_PHYSICAL_DEVICE_TYPE_DISCRETE_GPU,
-     3,
      {{6 * gib, own}, {16 * gib, 0}, {gib / 4, own}}},
-    {{ICD_LOADER_MAGIC}, "Inside", 0x8086, VK_PHYSICAL_DEVICE_TYPE_INTEGRATED_GPU, 1, {{16 * gib, own}}},
-    {{ICD_LOADER_MAGIC},
-     "Virtual",
-     0x1af4,
-     VK_PHYSICAL_DEVICE_TYPE_VIRTUAL_GPU,
-     2,
-     {{4 * gib, own}, {gib, 0}}},
-    {{ICD_LOADER_MAGIC}, "Software", 0x10005, VK_PHYSICAL_DEVICE_TYPE_CPU, 1, {{8 * gib, own}}},
-    {{ICD_LOADER_MAGIC}, "Other", 0x1234, VK_PHYSICAL_DEVICE_TYPE_OTHER, 1, {{8 * gib, own}}},
-};
+    {magic, "Inside", 0x8086, VK_PHYSICAL_DEVICE_TYPE_INTEGRATED_GPU, {{16 * gib, own}}},
+    {magic, "Virtual", 0x1af4, VK_PHYSICAL_DEVICE_TYPE_VIRTUAL_GPU, {{4 * gib, own}, {gib, 0}}},
+    {magic, "Software", 0x10005, VK_PHYSICAL_DEVICE_TYPE_CPU, {{8 * gib, own}}},
+    {magic, "Other", 0x1234, VK_PHYSICAL_DEVICE_TYPE_OTHER, {{8 * gib, own}}}};
 constexpr uint32_t adapterCount = sizeof adapters / sizeof adapters[0];
 
 VKAPI_ATTR VkResult VKAPI_CALL createInstance(const VkInstanceCreateInfo*, const VkAllocationCallbacks*,
@@ -87,12 +81,17 @@ VKAPI_ATTR void VKAPI_CALL getMemoryProperties(VkPhysicalDevice device,
                                                VkPhysicalDeviceMemoryProperties* memory) {
     const auto& adapter = *reinterpret_cast<const Adapter*>(device);
     *memory = {};
-    memory->memoryHeapCount = adapter.heapCount;
-    std::memcpy(memory->memoryHeaps, adapter.heaps, sizeof adapter.heaps);
+    memory->memoryHeapCount = static_cast<uint32_t>(adapter.heaps.size());
+    std::copy(adapter.heaps.begin(), adapter.heaps.end(), memory->memoryHeaps);
 }
 
-/// Stands for all that the loader wants to find in a driver and that nobody calls here.
+/// For everything that the loader expects of a driver and that nobody calls here.
 VKAPI_ATTR void VKAPI_CALL nothing() {}
+
+template <typename Function>
+PFN_vkVoidFunction generic(Function function) {
+    return reinterpret_cast<PFN_vkVoidFunction>(function);
+}
 
 }  // namespace
 
@@ -104,30 +103,25 @@ VKAPI_ATTR VkResult VKAPI_CALL vk_icdNegotiateLoaderICDInterfaceVersion(uint32_t
 }
 
 VKAPI_ATTR PFN_vkVoidFunction VKAPI_CALL vk_icdGetInstanceProcAddr(VkInstance, const char* name) {
-    const struct {
-        const char* name;
-        PFN_vkVoidFunction function;
-    } functions[] = {
-        {"vkCreateInstance", reinterpret_cast<PFN_vkVoidFunction>(createInstance)},
-        {"vkEnumerateInstanceExtensionProperties", reinterpret_cast<PFN_vkVoidFunction>(noExtensions)},
-        {"vkEnumerateDeviceExtensionProperties", reinterpret_cast<PFN_vkVoidFunction>(noDeviceExtensions)},
-        {"vkEnumeratePhysicalDevices", reinterpret_cast<PFN_vkVoidFunction>(enumerateAdapters)},
-        {"vkGetPhysicalDeviceProperties", reinterpret_cast<PFN_vkVoidFunction>(getProperties)},
-        {"vkGetPhysicalDeviceMemoryProperties", reinterpret_cast<PFN_vkVoidFunction>(getMemoryProperties)},
-        {"vkDestroyInstance", nothing},
-        {"vkCreateDevice", nothing},
-        {"vkGetDeviceProcAddr", nothing},
-        {"vkGetPhysicalDeviceFeatures", nothing},
-        {"vkGetPhysicalDeviceFormatProperties", nothing},
-        {"vkGetPhysicalDeviceImageFormatProperties", nothing},
-        {"vkGetPhysicalDeviceQueueFamilyProperties", nothing},
-        {"vkGetPhysicalDeviceSparseImageFormatProperties", nothing},
-    };
-    for (const auto& known : functions) {
-        if (std::strcmp(known.name, name) == 0) {
-            return known.function;
-        }
-    }
-    return nullptr;
+    static const std::map<std::string, PFN_vkVoidFunction> functions{
+        {"vkCreateInstance", generic(createInstance)},
+        {"vkEnumerateInstanceExtensionProperties", generic(noExtensions)},
+        {"vkEnumerateDeviceExtensionProperties", generic(noDeviceExtensions)},
+        {"vkEnumeratePhysicalDevices", generic(enumerateAdapters)},
+        {"vkGetPhysicalDeviceProperties", generic(getProperties)},
+        {"vkGetPhysicalDeviceMemoryProperties", generic(getMemoryProperties)}};
+    // What the loader demands; a function of a newer version or an extension would be called if it were
+    // there.
+    static const std::set<std::string> demanded{"vkDestroyInstance",
+                                                "vkCreateDevice",
+                                                "vkGetDeviceProcAddr",
+                                                "vkGetPhysicalDeviceFeatures",
+                                                "vkGetPhysicalDeviceFormatProperties",
+                                                "vkGetPhysicalDeviceImageFormatProperties",
+                                                "vkGetPhysicalDeviceQueueFamilyProperties",
+                                                "vkGetPhysicalDeviceSparseImageFormatProperties"};
+    const auto found = functions.find(name);
+    if (found != functions.end()) return found->second;
+    return demanded.contains(name) ? nothing : nullptr;
 }
 }

@@ -4,8 +4,8 @@
 
 #include "platform/camera.h"
 
-// What Velu and the program that takes its pictures, `velu-camera`, say to each other, over the socket that
-// is that program's standard input. Both come out of one build, so values go as they lie in memory.
+// The messages between Velu and `velu-camera`, the program that takes its pictures, over the socket that is
+// that program's standard input. Both come from one build, so values are sent as they are in memory.
 //
 //   velu-camera list v4l2|pipewire      answers with a line of JSON, the subsystem's cameras:
 //                                       [{"id", "file", "name", "grey", "sizes": [[width, height], ...]},
@@ -13,15 +13,16 @@
 //   velu-camera open ID WIDTH HEIGHT    sends the first picture as `CameraReply` number 1, then one for each
 //                                       `CameraWish`, until something goes wrong or it is killed
 
-/// Asks for the next picture that the camera brings, in place of one that was asked for before.
+/// Asks for the camera's next picture, and replaces an earlier wish that is still open.
 struct CameraWish {
     uint32_t number = 0;  ///< counted up from 2
 };
 
-/// With `running` a picture, whose width * height * 4 bytes follow. With any other state the last word.
+/// With `running` a picture, followed by its width * height * 4 bytes; with any other state the last message.
 struct CameraReply {
     CameraState state = CameraState::running;
-    uint32_t number = 0;  ///< of the wish that the picture answers; else as `Camera::errorCode` has it
+    uint32_t number =
+        0;  ///< of the wish that the picture answers; otherwise an error as in `Camera::errorCode`
     int32_t width = 0;
     int32_t height = 0;
 };

@@ -6,22 +6,22 @@
 #include "platform/linux/processes/FileDescriptor.h"
 #include "platform/process.h"
 
-/// `velu-camera`, which lies beside this program and does for it what needs GStreamer. In a process of its
-/// own, for a library or a driver that hangs can be ended there, and one that crashes takes nothing along.
+/// The program `velu-camera` beside this program, which does everything that needs GStreamer. It is a process
+/// of its own because a library or driver that hangs can be killed there, and a crash harms nothing else.
 ///
 /// Threads: one at a time for each object.
 class CameraProcess {
 public:
-    /// Starts it. False when it isn't there or can't be started.
+    /// Starts it. Returns false when it is missing or can't be started.
     [[nodiscard]] bool start(const std::vector<std::string>& arguments);
 
-    /// Until `end`.
+    /// Returns true from a successful `start` until `end`.
     [[nodiscard]] bool isStarted() const { return channel.isOpen(); }
 
-    /// Ends it, whatever it is at, and waits that long at most for it to be gone, and the device free.
+    /// Kills it, and blocks for at most `waitMs` until it is gone and the device is free.
     void end(int waitMs);
 
-    FileDescriptor channel;  ///< to talk with it; at its end when the program has ended
+    FileDescriptor channel;  ///< the socket to it; ends when the program ends
 
 private:
     ChildProcess program;

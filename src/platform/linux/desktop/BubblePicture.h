@@ -9,17 +9,18 @@
 #include "platform/bubble_view.h"
 #include "platform/linux/desktop/BrokenText.h"
 
-// How the speech bubble's panel is drawn. Threads: the window thread.
+// Draws the speech bubble's panel. Threads: the window thread.
 
 QColor toColor(const Rgb& colour);
 QRect toQRect(const Rect& rect);
 
-/// The style's font, or what the system has in its place.
+/// Returns the style's font, or the system's substitute for it.
 QFont bubbleFont(const BubbleStyle& style, int32_t pixels, bool italic);
 
-/// The panel with its texts and the ground of its edit line; see-through besides. `body` has been broken.
+/// Returns the panel with its texts and the background of its edit line, on a see-through ground. `body`
+/// holds the main text, broken into lines.
 QImage bubblePicture(const BubbleLayout& layout, const BubbleStyle& style, const BrokenText& body,
                      const std::string& status);
 
-/// The pixels of a picture that are more seen than not, as one rectangle for each row.
+/// Returns the pixels of a picture that are at least half opaque, as one rectangle for each row.
 std::vector<Rect> visibleRows(const QImage& picture);

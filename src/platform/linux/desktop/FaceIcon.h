@@ -2,5 +2,5 @@
 
 #include <QIcon>
 
-/// The robot's face in the sizes that trays, task bars and window frames ask for.
+/// Returns the robot's face in the sizes for trays, task bars and window frames.
 QIcon faceIcon();

@@ -1,14 +1,10 @@
-#include <QAccessible>
-#include <QAccessibleObject>
-#include <QGuiApplication>
-#include <QMouseEvent>
 #include <QOpenGLContext>
 #include <QScreen>
 #include <QTimer>
-#include <QWindow>
 #include <chrono>
 
 #include "platform/desktop.h"
+#include "platform/linux/desktop/HeadQtWindow.h"
 #include "platform/linux/desktop/X11.h"
 #include "platform/linux/drawing/SurfaceProblem.h"
 #include "platform/texts.h"
@@ -16,79 +12,6 @@
 namespace {
 
 constexpr const char* aboveState = "_NET_WM_STATE_ABOVE";
-
-/// Qt's side of the head window: hands on what happens to it.
-class HeadQtWindow : public QWindow {
-public:
-    HeadWindowEvents events;
-    std::function<void()> exposed;
-
-    [[nodiscard]] QAccessibleInterface* accessibleRoot() const override {
-        return QAccessible::queryAccessibleInterface(const_cast<HeadQtWindow*>(this));
-    }
-
-protected:
-    void mousePressEvent(QMouseEvent* event) override { report(PointerAction::press, event); }
-    void mouseReleaseEvent(QMouseEvent* event) override { report(PointerAction::release, event); }
-    void mouseDoubleClickEvent(QMouseEvent* event) override { report(PointerAction::doubleClick, event); }
-    void mouseMoveEvent(QMouseEvent* event) override {
-        // The button may have come up where this window couldn't see it.
-        const bool held = (event->buttons() & Qt::LeftButton) != 0;
-        events.pointer(held ? PointerAction::move : PointerAction::release,
-                       toPoint(event->globalPosition().toPoint()));
-    }
-    void exposeEvent(QExposeEvent*) override { exposed(); }
-    void resizeEvent(QResizeEvent*) override { exposed(); }
-    bool event(QEvent* event) override {
-        if (event->type() != QEvent::Close) return QWindow::event(event);
-        event->ignore();  // the owner decides when the window goes
-        events.closed();
-        return true;
-    }
-
-private:
-    static Point toPoint(QPoint place) { return {place.x(), place.y()}; }
-
-    void report(PointerAction action, const QMouseEvent* event) const {
-        const Point cursor = toPoint(event->globalPosition().toPoint());
-        if (event->button() == Qt::LeftButton) {
-            events.pointer(action, cursor);
-        } else if (event->button() == Qt::RightButton && action == PointerAction::release) {
-            if (events.menuRequested) events.menuRequested(cursor);
-        }
-    }
-};
-
-/// What a screen reader finds in place of the pixels: a thing with a name.
-class HeadAccessible : public QAccessibleObject {
-public:
-    explicit HeadAccessible(HeadQtWindow* window) : QAccessibleObject(window), window(window) {}
-
-    [[nodiscard]] QAccessibleInterface* parent() const override {
-        return QAccessible::queryAccessibleInterface(qGuiApp);
-    }
-    [[nodiscard]] QAccessibleInterface* child(int) const override { return nullptr; }
-    [[nodiscard]] int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
-    [[nodiscard]] QString text(QAccessible::Text which) const override {
-        return which == QAccessible::Name ? window->title() : QString();
-    }
-    [[nodiscard]] QAccessible::Role role() const override { return QAccessible::Window; }
-    [[nodiscard]] QAccessible::State state() const override {
-        QAccessible::State state;
-        state.invisible = !window->isVisible();
-        return state;
-    }
-    [[nodiscard]] QRect rect() const override { return window->geometry(); }
-
-private:
-    HeadQtWindow* window;
-};
-
-QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
-    auto* head = dynamic_cast<HeadQtWindow*>(object);
-    return head == nullptr ? nullptr : new HeadAccessible(head);
-}
 
 QSurfaceFormat headFormat() {
     QSurfaceFormat format;
@@ -158,7 +81,7 @@ HeadWindow::~HeadWindow() = default;
 std::unique_ptr<HeadWindow> HeadWindow::create(const Desktop&, const std::string& name, int32_t width,
                                                int32_t height, HeadWindowEvents events,
                                                std::string& problem) {
-    QAccessible::installFactory(makeAccessible);
+    HeadQtWindow::installAccessibility();
     auto parts = std::make_unique<Parts>();
     HeadQtWindow& window = parts->window;
     window.events = std::move(events);

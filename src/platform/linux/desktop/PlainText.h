@@ -3,7 +3,7 @@
 #include <QString>
 #include <string>
 
-/// A text for a control that would take an "&" in it as the mark of a key.
+/// Returns a text for a control that treats "&" as the mark of a shortcut key.
 inline QString withoutMnemonics(const std::string& text) {
     return QString::fromStdString(text).replace('&', "&&");
 }

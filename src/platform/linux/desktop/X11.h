@@ -9,12 +9,12 @@
 
 #include "platform/geometry.h"
 
-// What Qt doesn't offer of a window under X11. The connection may be null (another windowing system is in
-// use): then nothing happens. Replies are waited for, a fraction of a millisecond each.
+// Operations on X11 windows that Qt doesn't offer. The connection may be null, under another windowing
+// system: then nothing happens. Calls with a reply block for a fraction of a millisecond.
 
 namespace x11 {
 
-/// The one that Qt talks to the display with.
+/// Returns Qt's connection to the display.
 xcb_connection_t* connection();
 
 xcb_atom_t atom(xcb_connection_t* connection, const std::string& name);
@@ -23,7 +23,7 @@ xcb_atom_t atom(xcb_connection_t* connection, const std::string& name);
 void setInitialState(xcb_connection_t* connection, xcb_window_t window,
                      const std::vector<std::string>& states);
 
-/// Asks the window manager to add a state to a window on screen, or to take it away.
+/// Asks the window manager to add a state to a shown window, or to remove it.
 void requestState(xcb_connection_t* connection, xcb_window_t window, const std::string& state, bool add);
 
 bool hasState(xcb_connection_t* connection, xcb_window_t window, const std::string& state);
@@ -31,35 +31,36 @@ bool hasState(xcb_connection_t* connection, xcb_window_t window, const std::stri
 void setCardinals(xcb_connection_t* connection, xcb_window_t window, const std::string& property,
                   const std::vector<uint32_t>& values);
 
-/// The class by which rules of window managers know the window.
+/// Sets the class that rules of window managers refer to.
 void setClass(xcb_connection_t* connection, xcb_window_t window, const std::string& instance,
               const std::string& name);
 
-/// Where the window is on the screen now, without its frame; nothing when there is no telling.
+/// Returns the window's place on the screen, without its frame; nothing when it can't be found out.
 std::optional<Rect> rectangle(xcb_connection_t* connection, xcb_window_t window);
 
 enum class Shape : uint8_t { outline = 0, input = 2 };
 
-/// Cuts the window's outline or what takes clicks to these rectangles, given from its top left corner.
+/// Limits the window's outline, or the part that takes clicks, to these rectangles, relative to its top left
+/// corner.
 void setShape(xcb_connection_t* connection, xcb_window_t window, Shape shape, const std::vector<Rect>& rows);
 
-/// Takes a cut back.
+/// Removes such a limit.
 void clearShape(xcb_connection_t* connection, xcb_window_t window, Shape shape);
 
-/// Whether something blends the windows of this window's screen with what lies behind them.
+/// Returns whether a compositor blends the windows of this window's screen.
 bool hasCompositor(xcb_connection_t* connection, xcb_window_t window);
 
-/// Whether the window exists and is on the screen, be it covered.
+/// Returns whether the window exists and is shown, even if other windows cover it.
 bool isShown(xcb_connection_t* connection, xcb_window_t window);
 
-/// The window that gets the keys; none when nothing does.
+/// Returns the window that has the keyboard; none when nothing has it.
 xcb_window_t focus(xcb_connection_t* connection);
 
-/// What the user works with on the screen of `window`: the window that the window manager calls active, or,
-/// where none manages, the one that gets the keys. May be none.
+/// Returns the active window on the screen of `window`: by the window manager, or, without one, the window
+/// that has the keyboard. May be none.
 xcb_window_t activeWindow(xcb_connection_t* connection, xcb_window_t window);
 
-/// Gives the keys to a window on the screen, by way of the window manager if there is one.
+/// Gives the keyboard to a shown window, through the window manager if there is one.
 void activate(xcb_connection_t* connection, xcb_window_t window);
 
 }  // namespace x11

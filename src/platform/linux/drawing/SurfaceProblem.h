@@ -3,5 +3,5 @@
 #include <cstdint>
 #include <string>
 
-/// A log line from the platform's words and the number that the system gave as the reason.
+/// Returns a log line: `words`, then the system's error number in hexadecimal.
 std::string surfaceProblem(const char* words, uint32_t number);

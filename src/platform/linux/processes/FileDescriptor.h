@@ -5,7 +5,7 @@
 
 #include <utility>
 
-/// An open file, pipe or process handle of the kernel's; closed with the object. -1 is none.
+/// Owns a file descriptor: an open file, pipe, socket or process handle. -1 is none.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
@@ -28,8 +28,8 @@ public:
     int number = -1;
 };
 
-/// The same open file under a number that the three standard ones can't collide with. They are free for the
-/// taking in a program that was started with its own closed. None when there is none to be had.
+/// Returns the same open file under a number above the three standard ones, which are unused in a program
+/// that was started without them. Returns none on failure.
 inline FileDescriptor aboveStandard(FileDescriptor file) {
     if (!file.isOpen() || file.number > STDERR_FILENO) {
         return file;

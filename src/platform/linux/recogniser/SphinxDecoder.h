@@ -13,18 +13,18 @@
 /// Threads: one at a time.
 class SphinxDecoder {
 public:
-    /// How it is used: all the time, finding where speech begins and ends, or for one stretch of known
+    /// What it decodes: an endless stream, in which it finds where speech begins and ends, or one stretch of
     /// speech.
     enum class Purpose { stream, stretch };
 
-    /// A word of the present hypothesis, or a filler, with its first and last frame counted from the
-    /// stretch's beginning.
+    /// A word or filler of the present hypothesis, with its first and last frame since the beginning of the
+    /// stretch.
     struct Word {
         std::string text;
         int32_t first = 0;
         int32_t last = 0;
 
-        /// The stretch's edges, silence and noise.
+        /// Returns whether it is an edge of the stretch, silence or noise.
         [[nodiscard]] bool isFiller() const { return text.starts_with('<') || text.starts_with('['); }
     };
 
@@ -35,13 +35,13 @@ public:
     SphinxDecoder(const SphinxDecoder&) = delete;
     SphinxDecoder& operator=(const SphinxDecoder&) = delete;
 
-    /// Loads the model's files from the folder: "wake.dict" with "wake.lm" for a stream, "look.dict" with
-    /// "named.lm" and "nameless.lm" for a stretch. Once. False when one of them can't be used.
+    /// Loads the model from the folder: "wake.dict" with "wake.lm" for a stream, "look.dict" with "named.lm"
+    /// and "nameless.lm" for a stretch. May be called once. Returns false when a file can't be used.
     [[nodiscard]] bool open(const std::string& folder, float sampleRate, Purpose purpose);
 
-    // The rest only when it is open.
+    // Everything below needs an open decoder.
 
-    /// Of a decoder for stretches: whether the next one may have the name in it. At first it may.
+    /// Sets whether the next stretch may contain the name; at first it may. For a decoder of stretches.
     void expectName(bool isExpected);
 
     void begin();
@@ -53,10 +53,10 @@ public:
 
     [[nodiscard]] std::vector<Word> hypothesis() const;
 
-    /// How well the hypothesis fits, in the library's logarithmic unit; nothing when there is none.
+    /// Returns how well the hypothesis fits, in the library's logarithmic unit; nothing without a hypothesis.
     [[nodiscard]] std::optional<int32_t> score() const;
 
-    /// Expects the other's voice and microphone: what a decoder learns of them takes it seconds.
+    /// Copies what `other` has learnt about voice and microphone, which takes a decoder seconds.
     void adaptLike(const SphinxDecoder& other);
 
 private:

@@ -8,8 +8,7 @@
 #include <chrono>
 #include <cstdint>
 
-/// A connection to the user's sound server. Whatever happens to it, callbacks among that, happens in the
-/// calls that wait, and none of the others waits.
+/// A connection to the user's sound server. Callbacks run within the calls that wait; no other call blocks.
 ///
 /// Threads: one at a time; `wake` from any.
 class PulseConnection {
@@ -21,22 +20,22 @@ public:
     PulseConnection(const PulseConnection&) = delete;
     PulseConnection& operator=(const PulseConnection&) = delete;
 
-    /// Begins to connect; `onChange`, when there is one, is told of each step with `user`. False when the
+    /// Starts to connect; `onChange` (may be null) is called with `user` at each step. Returns false when the
     /// connection is lost already.
     [[nodiscard]] bool connect(pa_context_notify_cb_t onChange, void* user);
     void disconnect();
 
     [[nodiscard]] bool isConnected() const;
-    [[nodiscard]] bool isLost() const;     ///< neither connected nor on the way to it
-    [[nodiscard]] uint32_t error() const;  ///< the server's number for what went wrong last
+    [[nodiscard]] bool isLost() const;     ///< neither connected nor connecting
+    [[nodiscard]] uint32_t error() const;  ///< the server's number for the last failure
 
-    /// Does what is to be done, and waits for more of it, for `wake`, or for the time to pass.
+    /// Handles what has come in, and blocks until more comes, `wake` is called, or the time has passed.
     void wait(std::chrono::microseconds longest);
     static constexpr std::chrono::microseconds forever{-1};
 
-    /// Waits until `isDone`, which is asked first and whenever something has happened. False when that
-    /// doesn't come true before the deadline, or while the connection lasts. What has come in counts, however
-    /// late it is looked at.
+    /// Blocks until `isDone`, which is checked first and whenever something has happened. Returns false when
+    /// it isn't done by the deadline, or the connection is lost. Whatever came in before the deadline counts,
+    /// however late it is handled.
     template <typename Condition>
     [[nodiscard]] bool waitUntil(Condition isDone, Clock::time_point deadline) {
         while (!isDone()) {
@@ -48,7 +47,7 @@ public:
         return true;
     }
 
-    /// Ends a `wait` that runs, or the next.
+    /// Ends the present `wait`, or else the next one.
     void wake();
 
     pa_mainloop* const loop;  ///< null when the process has no more files to open

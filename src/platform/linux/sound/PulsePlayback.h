@@ -7,44 +7,44 @@
 #include <optional>
 #include <span>
 
-/// Plays mono samples through the user's sound server, which it is connected to while it plays. It waits only
-/// in `wait`, where it also notices what the server says; a server that is gone, or says nothing for too
-/// long, is lost.
+/// Plays mono samples through the user's sound server, and is connected to it only while it plays. Only
+/// `wait` blocks; it also handles the server's answers. A server that is gone, or silent for too long, is
+/// lost.
 ///
 /// Threads: one at a time; `wake` from any.
 class PulsePlayback {
 public:
-    /// Null when the process has no more files to open.
+    /// Returns null when the process can open no more files.
     static std::unique_ptr<PulsePlayback> create();
     ~PulsePlayback();
     PulsePlayback(const PulsePlayback&) = delete;
     PulsePlayback& operator=(const PulsePlayback&) = delete;
 
-    /// Begins to connect and to play, unless that is done. Positions count from here.
+    /// Starts to connect and to play, unless it has started. Positions are counted from here.
     void start(uint32_t sampleRate);
     [[nodiscard]] bool isStarted() const;
 
-    /// The server can't be had, or what was played or was to be played is stuck. `stop` is the way on.
+    /// Returns whether the server can't be reached, or playing is stuck. `stop` resets this.
     [[nodiscard]] bool isLost() const;
 
-    /// Silences what was written and isn't heard yet, and leaves the server.
+    /// Silences everything that is written and not heard yet, and disconnects.
     void stop();
 
-    /// How many samples the server wants now; 0 while it is still connecting.
+    /// Returns how many samples the server wants now; 0 while connecting.
     [[nodiscard]] size_t wanted() const;
 
-    /// Not more than are wanted.
+    /// Gives samples to the server, at most as many as `wanted`.
     void write(std::span<const int16_t> samples);
 
-    /// How many of the samples written since `start` have been heard; nothing while that isn't known.
+    /// Returns how many of the samples written since `start` have been heard; nothing while that is unknown.
     [[nodiscard]] std::optional<uint64_t> heard() const;
 
-    /// Does what is to be done with the server, and waits for more of it, for `wake`, or for the time to
-    /// pass.
+    /// Handles what has come from the server, and blocks until more comes, `wake` is called, or the time has
+    /// passed.
     void wait(std::chrono::microseconds longest);
     static constexpr std::chrono::microseconds forever{-1};
 
-    /// Ends a `wait` that runs, or the next.
+    /// Ends the present `wait`, or else the next one.
     void wake();
 
 private:

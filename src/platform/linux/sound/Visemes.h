@@ -4,6 +4,6 @@
 #include <optional>
 #include <string_view>
 
-/// The mouth shape, 0 to 21, of a phoneme by its mnemonic ("oU", "i:", "_"); nothing for one that isn't
-/// known. Threads: any.
+/// Returns the mouth shape, 0 to 21, of a phoneme by its mnemonic ("oU", "i:", "_"); nothing for an unknown
+/// one. Threads: any.
 std::optional<int32_t> visemeOf(std::string_view mnemonic);

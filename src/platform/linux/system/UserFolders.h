@@ -2,11 +2,11 @@
 
 #include <string>
 
-// Where the desktop's conventions have a user's files. Threads: any.
+// The XDG base directories. Threads: any.
 
-/// The value of `variable` when it is an absolute path, else `below` in the user's home folder, which starts
-/// with a slash. Empty when there is neither.
+/// Returns the value of `variable` when it is an absolute path, otherwise the user's home folder followed by
+/// `below`, which starts with a slash. Returns an empty text when there is neither.
 std::string userFolder(const char* variable, const char* below);
 
-/// Creates the folder and those above it that are missing, readable for this user only.
+/// Creates the folder and its missing parents, readable for this user only.
 void createPrivateFolders(const std::string& path);
