@@ -84,7 +84,7 @@ protected:
         }
     };
 
-    void show(const Colour& colour) { server.show("Desk", fields(2, 2, {colour, colour, colour, colour})); }
+    void show(const Colour& colour) { server.show("Desk", fields(4, 4, {colour, colour, colour, colour})); }
 
     void openDesk() {
         ASSERT_EQ(viewer.open("Desk"), State::running);

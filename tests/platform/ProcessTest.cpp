@@ -20,6 +20,7 @@
 
 #include "support/Soon.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestData.h"
 
 namespace {
 
@@ -46,10 +47,6 @@ struct Watch {
     int handle;
 };
 
-void signalTo(const ChildProcess& child, int number) {
-    ASSERT_EQ(kill(static_cast<pid_t>(child.id()), number), 0);
-}
-
 /// Neither a child that has ended nor one that never started is left as a zombie.
 void expectNoChild() {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
@@ -58,10 +55,7 @@ void expectNoChild() {
 
 class Process : public testing::Test {
 protected:
-    [[nodiscard]] std::string logged() const {
-        std::ifstream file(log, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    [[nodiscard]] std::string logged() const { return fileText(log); }
 
     /// The number in the first line of the log, once a child has written it.
     [[nodiscard]] int firstNumber() const {
@@ -72,6 +66,8 @@ protected:
     [[nodiscard]] ProcessOptions shell(const std::string& script) const {
         return {.executable = "/bin/sh", .arguments = {"-c", script}, .logFile = log};
     }
+
+    void signalChild(int number) const { ASSERT_EQ(kill(static_cast<pid_t>(child.id()), number), 0); }
 
     /// What the program leaves in the log.
     std::string outputOf(const ProcessOptions& options) {
@@ -175,14 +171,11 @@ TEST_F(Process, SaysNoWhenTheProgramCannotBeStarted) {
     std::ofstream(text) << "not a program";
     std::ofstream(garbage) << "not a program";
     ASSERT_EQ(chmod(garbage.c_str(), 0700), 0);
-    ProcessOptions noFolder = sleeper;
-    noFolder.workingFolder = folder.path + "/missing";
-    const ProcessOptions cases[] = {{.executable = folder.path + "/missing"},
-                                    {},
-                                    {.executable = folder.path},
-                                    {.executable = text},
-                                    {.executable = garbage},
-                                    noFolder};
+    std::vector<ProcessOptions> cases(1, sleeper);
+    cases[0].workingFolder = folder.path + "/missing";
+    for (const std::string& executable :
+         {folder.path + "/missing", std::string(), folder.path, text, garbage})
+        cases.push_back({.executable = executable});
     for (const ProcessOptions& options : cases) {
         SCOPED_TRACE(options.executable);
         ASSERT_TRUE(child.start(sleeper));
@@ -207,7 +200,7 @@ TEST_F(Process, TellsWhetherTheChildHasEnded) {
     EXPECT_FALSE(child.waitForExit(200));
     EXPECT_GT(child.id(), 0);
 
-    signalTo(child, SIGKILL);
+    signalChild(SIGKILL);
     EXPECT_TRUE(child.waitForExit(patienceMs));
     EXPECT_FALSE(child.isHeld());
     EXPECT_EQ(child.id(), 0);
@@ -219,7 +212,7 @@ TEST_F(Process, TellsWhetherTheChildHasEnded) {
 TEST_F(Process, EndsAStubbornChildWithItsOwnChildren) {
     ASSERT_TRUE(child.start(shell("trap '' TERM INT HUP; sleep 600 & echo $!; wait; sleep 600")));
     const Watch grandchild(firstNumber());
-    signalTo(child, SIGTERM);
+    signalChild(SIGTERM);
     EXPECT_FALSE(child.waitForExit(50));
     child.end();
     EXPECT_FALSE(child.isHeld());
@@ -285,7 +278,7 @@ TEST_F(Process, TellsItsOwnListenerFromAStranger) {
         EXPECT_FALSE(child.listensOn(0));
         // A child that has ended, and nobody has asked yet.
         const Watch watch(child.id());
-        signalTo(child, SIGKILL);
+        signalChild(SIGKILL);
         ASSERT_TRUE(watch.endsWithin(patienceMs));
         EXPECT_FALSE(child.listensOn(port));
         EXPECT_FALSE(child.listensOn(strangersPort));
@@ -303,7 +296,7 @@ TEST_F(Process, DiesWithTheProgramHoweverThatEnds) {
         ASSERT_TRUE(child.start({PROCESS_PARENT, {mode}, "", log}));
         const Watch grandchild(firstNumber());
         EXPECT_FALSE(grandchild.endsWithin(100));
-        signalTo(child, number);
+        signalChild(number);
         ASSERT_TRUE(child.waitForExit(patienceMs));
         ASSERT_TRUE(grandchild.endsWithin(patienceMs));
     }

@@ -9,9 +9,9 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "support/TemporaryFolder.h"
+#include "support/TestData.h"
 
 // NOLINTBEGIN(concurrency-mt-unsafe): each test is alone in its process.
 
@@ -122,9 +122,7 @@ TEST(FreeDiskSpace, IsThatOfTheVolume) {
 TEST(VolumeName, IsTheMountPoint) {
     const TemporaryFolder folder;
     const std::string volume = volumeName(folder.path);
-    std::ifstream mounts("/proc/self/mounts");
-    const std::string lines{std::istreambuf_iterator<char>(mounts), {}};
-    EXPECT_NE(lines.find(" " + volume + " "), std::string::npos) << volume;
+    EXPECT_NE(fileText("/proc/self/mounts").find(" " + volume + " "), std::string::npos) << volume;
     EXPECT_EQ((folder.path + "/").rfind(volume, 0), 0U);
     EXPECT_EQ(volumeName(folder.path + "/missing/too/../file"), volume);
 

@@ -4,10 +4,10 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include "support/Soon.h"
+#include "support/TestData.h"
 
 namespace {
 
@@ -27,11 +27,6 @@ context.modules = [
 context.objects = [ { factory = metadata args = { metadata.name = default } } ]
 )";
 
-std::string contentsOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 }  // namespace
 
 CameraServer::CameraServer() {
@@ -50,7 +45,7 @@ void CameraServer::start() {
         std::vector<std::string>{"pipewire", "-c", folder.path + "/pipewire.conf"}, log);
     if (!soon([&] { return server->result() || std::filesystem::exists(folder.path + "/pipewire-0"); }) ||
         server->result())
-        throw std::runtime_error("no PipeWire: " + contentsOf(log));
+        throw std::runtime_error("no PipeWire: " + fileText(log));
     // It would keep what its user prefers, in the user's own folder.
     sessionManager = std::make_unique<TestProgram>(
         std::vector<std::string>{"env", "XDG_STATE_HOME=" + folder.path, "wireplumber", "-c", "policy.conf"},
@@ -71,7 +66,7 @@ void CameraServer::plugIn(const std::string& name, const std::vector<std::string
     Plugged& camera = cameras[name];
     camera.file = folder.path + "/picture" + std::to_string(++plugged);
     camera.offers = offers;
-    show(name, {1, 1, {128, 128, 128, 255}});
+    show(name, {4, 4, std::vector<uint8_t>(64, 128)});
     play(name, camera);
 }
 
@@ -85,9 +80,9 @@ void CameraServer::play(const std::string& name, Plugged& camera) {
     words.insert(words.end(), camera.offers.begin(), camera.offers.end());
     const std::string log = camera.file + ".log";
     camera.player = std::make_unique<TestProgram>(words, log);
-    const auto isReady = [&] { return contentsOf(log).find("ready") != std::string::npos; };
+    const auto isReady = [&] { return fileText(log).find("ready") != std::string::npos; };
     if (!soon([&] { return camera.player->result() || isReady(); }) || camera.player->result())
-        throw std::runtime_error("no camera " + name + ": " + contentsOf(log));
+        throw std::runtime_error("no camera " + name + ": " + fileText(log));
 }
 
 void CameraServer::show(const std::string& name, const CameraFrame& picture) {

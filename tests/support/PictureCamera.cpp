@@ -5,38 +5,25 @@
 // not played. Like many a camera it begins MJPG with a few pictures that are none. It says "ready" once
 // others can see it, and ends when it loses PipeWire.
 
+#include <gst/video/video.h>
 #include <pipewire/pipewire.h>
 #include <spa/param/video/format-utils.h>
-#include <sys/stat.h>
 
 #include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
-
-#define STB_IMAGE_WRITE_IMPLEMENTATION
-#define STB_IMAGE_WRITE_STATIC
-// Parts of it that aren't used here.
-#pragma GCC diagnostic ignored "-Wunused-function"
-#include <stb_image_write.h>
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-struct Picture {
-    int32_t width = 0, height = 0;
-    Bytes pixels;
-
-    [[nodiscard]] const uint8_t* at(int32_t x, int32_t y) const {
-        return &pixels[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4];
-    }
-};
 
 struct Offer {
     std::string format;
@@ -63,57 +50,32 @@ uint32_t strideOf(const Offer& offer) {
     return (offer.width * formatOf(offer).bytesPerPixel + 3) / 4 * 4;
 }
 
-uint8_t weighed(const uint8_t* pixel, int32_t blue, int32_t green, int32_t red, int32_t base) {
-    return static_cast<uint8_t>(base + (blue * pixel[0] + green * pixel[1] + red * pixel[2] + 128) / 256);
+GstCaps* capsOf(const Offer& offer, const char* type) {
+    GstCaps* const caps = gst_caps_new_simple(type, "width", G_TYPE_INT, offer.width, "height", G_TYPE_INT,
+                                              offer.height, "framerate", GST_TYPE_FRACTION, 0, 1, nullptr);
+    if (offer.format != "MJPG")
+        gst_caps_set_simple(caps, "format", G_TYPE_STRING, offer.format.c_str(), nullptr);
+    return caps;
 }
 
-/// The picture at the offer's size.
-Picture scaled(const Picture& from, const Offer& offer) {
-    Picture to{static_cast<int32_t>(offer.width), static_cast<int32_t>(offer.height), {}};
-    for (int32_t y = 0; y < to.height; ++y)
-        for (int32_t x = 0; x < to.width; ++x) {
-            const uint8_t* pixel = from.at(x * from.width / to.width, y * from.height / to.height);
-            to.pixels.insert(to.pixels.end(), pixel, pixel + 4);
-        }
-    return to;
-}
-
-Bytes jpegOf(const Picture& picture) {
-    Bytes rgb, jpeg;
-    for (size_t i = 0; i < picture.pixels.size(); i += 4)
-        rgb.insert(rgb.end(), {picture.pixels[i + 2], picture.pixels[i + 1], picture.pixels[i]});
-    const auto append = [](void* to, void* data, int size) {
-        const auto* bytes = static_cast<uint8_t*>(data);
-        static_cast<Bytes*>(to)->insert(static_cast<Bytes*>(to)->end(), bytes, bytes + size);
-    };
-    stbi_write_jpg_to_func(append, &jpeg, picture.width, picture.height, 3, rgb.data(), 95);
-    return jpeg;
-}
-
-/// What the camera sends of a picture.
-Bytes encoded(const Picture& from, const Offer& offer) {
-    const Picture picture = scaled(from, offer);
-    if (offer.format == "MJPG") return jpegOf(picture);
-    Bytes rows;
-    for (int32_t y = 0; y < picture.height; ++y) {
-        Bytes row;
-        for (int32_t x = 0; x < picture.width; ++x) {
-            const uint8_t* pixel = picture.at(x, y);
-            if (offer.format == "YUY2") {
-                row.push_back(weighed(pixel, 25, 129, 66, 16));
-                row.push_back(x % 2 == 0 ? weighed(pixel, 112, -74, -38, 128)
-                                         : weighed(pixel, -18, -94, 112, 128));
-            } else if (offer.format == "GRAY8") {
-                row.push_back(weighed(pixel, 29, 150, 77, 0));
-            } else {
-                row.insert(row.end(), {pixel[2], pixel[1], pixel[0]});
-                if (offer.format == "RGBx") row.push_back(0);
-            }
-        }
-        row.resize(strideOf(offer));
-        rows.insert(rows.end(), row.begin(), row.end());
-    }
-    return rows;
+/// What the camera sends of the picture in the file, at the offer's size.
+Bytes encoded(const std::string& file, const Offer& offer) {
+    std::ifstream input(file, std::ios::binary);
+    Offer own{"BGRA"};
+    input >> own.width >> own.height;
+    input.get();
+    const std::string pixels{std::istreambuf_iterator<char>(input), {}};
+    GstBuffer* const buffer = gst_buffer_new_memdup(pixels.data(), pixels.size());
+    GstSample* const picture = gst_sample_new(buffer, capsOf(own, "video/x-raw"), nullptr, nullptr);
+    const GstCaps* const wanted = capsOf(offer, offer.format == "MJPG" ? "image/jpeg" : "video/x-raw");
+    GstSample* const sent = gst_video_convert_sample(picture, wanted, GST_CLOCK_TIME_NONE, nullptr);
+    GstMapInfo map;
+    gst_buffer_map(gst_sample_get_buffer(sent), &map, GST_MAP_READ);
+    Bytes bytes(map.data, map.data + map.size);
+    gst_buffer_unmap(gst_sample_get_buffer(sent), &map);
+    gst_sample_unref(sent);
+    gst_sample_unref(picture);
+    return bytes;
 }
 
 struct Camera {
@@ -123,23 +85,13 @@ struct Camera {
     pw_stream* stream = nullptr;
     spa_source* timer = nullptr;
     const Offer* current = nullptr;
-    std::array<int64_t, 3> playedFile{};  ///< what tells it from another
-    Bytes played;                         ///< of it, as `current` has it
-    int32_t broken = 0;                   ///< how many pictures are still to be none
+    std::filesystem::file_time_type playedFile;  ///< its time, by which a new one is noticed
+    Bytes played;                                ///< of it, as `current` has it
+    int32_t broken = 0;                          ///< how many pictures are still to be none
 
     void look() {
-        struct stat status {};
-        if (stat(file.c_str(), &status) != 0) return;
-        const std::array<int64_t, 3> seen{static_cast<int64_t>(status.st_ino), status.st_mtim.tv_sec,
-                                          status.st_mtim.tv_nsec};
-        if (seen == playedFile) return;
-        playedFile = seen;
-        std::ifstream input(file, std::ios::binary);
-        Picture picture;
-        input >> picture.width >> picture.height;
-        input.get();
-        picture.pixels.assign(std::istreambuf_iterator<char>(input), {});
-        played = encoded(picture, *current);
+        const auto seen = std::filesystem::last_write_time(file);
+        if (std::exchange(playedFile, seen) != seen) played = encoded(file, *current);
     }
 
     void play() {
@@ -231,6 +183,7 @@ Offer offerFrom(const std::string& word) {
 
 int main(int count, char** words) {
     pw_init(nullptr, nullptr);
+    gst_init(nullptr, nullptr);
     Camera camera;
     camera.file = words[2];
     for (int i = 3; i < count; ++i)

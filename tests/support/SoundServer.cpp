@@ -6,22 +6,17 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
 #include "support/Soon.h"
+#include "support/TestData.h"
 
 namespace {
 
 constexpr const char* recordingFile = "/recording";
 constexpr const char* controlLog = "/pactl.log";
 constexpr size_t stretch = 220;  // samples in 10 ms, closely enough
-
-std::string contentsOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 }  // namespace
 
@@ -50,7 +45,7 @@ void SoundServer::start() {
         return TestProgram({"pactl", "set-default-sink", "speaker"}, folder.path + controlLog).wait() == 0;
     };
     if (!soon([&] { return server->result() || isUp(); }) || server->result())
-        throw std::runtime_error("no sound server: " + contentsOf(log));
+        throw std::runtime_error("no sound server: " + fileText(log));
     addMicrophone("microphone", "Room microphone");
 }
 
@@ -110,7 +105,7 @@ void SoundServer::removeMicrophone(const std::string& name) {
 std::string SoundServer::control(std::vector<std::string> words) {
     words.insert(words.begin(), "pactl");
     const bool isDone = TestProgram(words, folder.path + controlLog).wait() == 0;
-    std::string said = contentsOf(folder.path + controlLog);
+    std::string said = fileText(folder.path + controlLog);
     if (!isDone) throw std::runtime_error("pactl " + words[1] + ": " + said);
     return said;
 }

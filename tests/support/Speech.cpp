@@ -1,13 +1,12 @@
 #include "support/Speech.h"
 
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
+#include <cstring>
 #include <numbers>
 #include <stdexcept>
 
 #include "support/TemporaryFolder.h"
+#include "support/TestData.h"
 #include "support/TestProgram.h"
 
 namespace {
@@ -22,13 +21,10 @@ std::vector<int16_t> speech(const std::string& words, const std::string& voice) 
     const std::string path = folder.path + "/speech.wav";
     TestProgram flite({"flite", "-voice", voice, "-t", words, "-o", path}, folder.path + "/flite.log");
     if (flite.wait() != 0) throw std::runtime_error("flite can't say " + words);
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    const std::string bytes = fileText(path);
     std::vector<int16_t> samples;
-    for (size_t at = headerBytes; at + 1 < bytes.size(); at += 2) {
-        samples.push_back(static_cast<int16_t>(static_cast<unsigned char>(bytes[at]) |
-                                               static_cast<unsigned char>(bytes[at + 1]) << 8));
-    }
+    samples.resize((bytes.size() - headerBytes) / sizeof samples[0]);
+    std::memcpy(samples.data(), &bytes[headerBytes], samples.size() * sizeof samples[0]);
     return samples;
 }
 

@@ -3,11 +3,11 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 
 #include "platform/system.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestData.h"
 
 // NOLINTBEGIN(concurrency-mt-unsafe): each test is alone in its process.
 
@@ -34,15 +34,11 @@ TEST(AutostartEntry, NamesTheProgramWhereverItLies) {
     ASSERT_EQ(system("\"$AUTOSTART_TEST_PROGRAM\" --gtest_filter=AutostartEntry.* > /dev/null"), 0);
 
     const std::string path = home + "/autostart/velu.desktop";
-    std::ifstream file(path);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
-              "[Desktop Entry]\nType=Application\nName=Velu\nExec=\"" + folder.path +
-                  R"(/my \\"apps\\" \\$HOME \\`x\\` 50%% a\\\\b/velu"
+    EXPECT_EQ(fileText(path), "[Desktop Entry]\nType=Application\nName=Velu\nExec=\"" + folder.path +
+                                  R"(/my \\"apps\\" \\$HOME \\`x\\` 50%% a\\\\b/velu"
 Terminal=false
 )");
-    struct stat status = {};
-    ASSERT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0644U);
+    EXPECT_EQ(static_cast<unsigned>(fs::status(path).permissions()), 0644U);
     EXPECT_EQ(std::distance(fs::directory_iterator(home + "/autostart"), {}), 1) << "a file is left over";
 
     setenv("XDG_CONFIG_HOME", home.c_str(), 1);
