@@ -1,23 +1,14 @@
 #include "assistant/Memory.h"
 
+#include <nlohmann/json.hpp>
+
 #include "foundation/Json.h"
 
 using nlohmann::json;
 
-namespace {
-
-/// The array at `key`, or an empty one.
-json arrayAt(const json& object, const char* key) {
-    const auto value = object.find(key);
-    return value != object.end() && value->is_array() ? *value : json::array();
-}
-
-}  // namespace
-
 Memory Memory::fromJson(const std::string& bytes) {
     Memory memory;
     const json object = parseJson(bytes);
-    if (!object.is_object()) return memory;
     for (const json& fact : arrayAt(object, "facts")) {
         if (fact.is_string()) memory.facts.push_back(fact.get<std::string>());
     }

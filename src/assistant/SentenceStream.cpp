@@ -13,13 +13,6 @@ bool endsSentence(char c) {
     return c == '.' || c == '!' || c == '?' || c == '\n';
 }
 
-size_t characterLength(uint8_t lead) {
-    if ((lead & 0xE0) == 0xC0) return 2;
-    if ((lead & 0xF0) == 0xE0) return 3;
-    if ((lead & 0xF8) == 0xF0) return 4;
-    return 1;
-}
-
 bool isSymbol(size_t length, uint8_t first, uint8_t second) {
     if (length == 4) return true;  // beyond U+FFFF: emoji
     if (length != 3) return false;
@@ -60,7 +53,7 @@ std::string stripEmoji(const std::string& text) {
     kept.reserve(text.size());
     for (size_t at = 0; at < text.size();) {
         const auto first = static_cast<uint8_t>(text[at]);
-        const size_t length = std::min(characterLength(first), text.size() - at);
+        const size_t length = std::min(characterLength(text[at]), text.size() - at);
         const auto second = static_cast<uint8_t>(length > 1 ? text[at + 1] : 0);
         if (!isSymbol(length, first, second)) kept.append(text, at, length);
         at += length;

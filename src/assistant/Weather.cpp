@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <nlohmann/json.hpp>
 
 #include "assistant/WebCoding.h"
 #include "foundation/HttpClient.h"

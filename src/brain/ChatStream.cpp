@@ -14,12 +14,6 @@ constexpr size_t mostCalls = 64;  // more than a reply of 400 tokens holds; a wi
 
 constexpr size_t longestLine = 1 << 20;  // bytes; an event is some hundred
 
-/// The string at `key`, or null.
-const std::string* stringAt(const json& object, const char* key) {
-    const auto value = object.find(key);
-    return value == object.end() ? nullptr : value->get_ptr<const std::string*>();
-}
-
 }  // namespace
 
 void ChatStream::feed(std::string_view bytes) {
@@ -47,13 +41,8 @@ void ChatStream::readLine(std::string_view line) {
     if (line == "[DONE]") return;
 
     const json event = json::parse(line, nullptr, false);
-    if (!event.is_object()) return;
-    const auto choices = event.find("choices");
-    if (choices == event.end() || !choices->is_array() || choices->empty()) return;
-    const json& choice = choices->front();
-    if (!choice.is_object()) return;
-    if (const auto delta = choice.find("delta"); delta != choice.end() && delta->is_object())
-        readDelta(*delta);
+    const json& choices = arrayAt(event, "choices");
+    if (!choices.empty()) readDelta(objectAt(choices.front(), "delta"));
 }
 
 void ChatStream::readDelta(const json& delta) {
@@ -61,27 +50,24 @@ void ChatStream::readDelta(const json& delta) {
         text += *content;
         if (onDelta) onDelta(*content);
     }
-    const auto fragments = delta.find("tool_calls");
-    if (fragments == delta.end() || !fragments->is_array()) return;
-    for (const json& fragment : *fragments) {
+    for (const json& fragment : arrayAt(delta, "tool_calls")) {
         if (fragment.is_object()) readFragment(fragment);
     }
 }
 
 void ChatStream::readFragment(const json& fragment) {
     size_t index = 0;
-    if (const auto value = fragment.find("index"); value != fragment.end()) {
-        const double number = value->is_number() ? value->get<double>() : -1;
+    if (fragment.contains("index")) {
+        const double number = numberAt(fragment, "index").value_or(-1);
         if (!(number >= 0 && number < mostCalls)) return;
         index = static_cast<size_t>(number);
     }
     if (partialCalls.size() <= index) partialCalls.resize(index + 1);
     PartialCall& call = partialCalls[index];
     if (const std::string* id = stringAt(fragment, "id")) call.id = *id;
-    const auto function = fragment.find("function");
-    if (function == fragment.end() || !function->is_object()) return;
-    if (const std::string* name = stringAt(*function, "name")) call.name += *name;
-    if (const std::string* args = stringAt(*function, "arguments")) call.args += *args;
+    const json& function = objectAt(fragment, "function");
+    call.name += textAt(function, "name");
+    call.args += textAt(function, "arguments");
 }
 
 json ChatStream::toolCalls() const {

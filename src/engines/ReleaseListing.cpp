@@ -1,18 +1,10 @@
 #include "engines/ReleaseListing.h"
 
+#include <nlohmann/json.hpp>
+
 #include "foundation/Json.h"
 
 using nlohmann::json;
-
-namespace {
-
-std::string textAt(const json& object, const char* key) {
-    if (!object.is_object()) return {};
-    const auto value = object.find(key);
-    return value != object.end() && value->is_string() ? value->get<std::string>() : std::string();
-}
-
-}  // namespace
 
 HttpResponse fetchReleaseListing(const std::string& releases, const std::string& project,
                                  CancelFlag* cancel) {
@@ -27,10 +19,7 @@ std::string chooseAsset(const std::string& listing,
     const json releases = parseJson(listing);
     if (!releases.is_array()) return {};
     for (const json& release : releases) {
-        if (!release.is_object()) continue;
-        const auto assets = release.find("assets");
-        if (assets == release.end() || !assets->is_array()) continue;
-        for (const json& asset : *assets) {
+        for (const json& asset : arrayAt(release, "assets")) {
             if (!isWanted(textAt(asset, "name"))) continue;
             // Only the first match of a release counts; without an address the next older release is
             // searched.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <variant>
 
 #include "foundation/Files.h"
@@ -40,24 +41,23 @@ const Field fields[] = {
     {"posY", &Settings::posY},
 };
 
-void assign(SharedText& field, const json& value) {
-    if (value.is_string()) field.set(value.get<std::string>());
+void read(SharedText& field, const json& object, const char* key) {
+    if (const std::string* text = stringAt(object, key)) field.set(*text);
 }
 
-void assign(std::atomic<double>& field, const json& value) {
-    if (value.is_number()) field = value.get<double>();
+void read(std::atomic<double>& field, const json& object, const char* key) {
+    field = numberAt(object, key).value_or(field);
 }
 
-void assign(std::atomic<int32_t>& field, const json& value) {
-    if (!value.is_number()) return;
-    const double number = std::trunc(value.get<double>());
+void read(std::atomic<int32_t>& field, const json& object, const char* key) {
+    const double number = std::trunc(numberAt(object, key).value_or(field));
     if (number >= std::numeric_limits<int32_t>::min() && number <= std::numeric_limits<int32_t>::max()) {
         field = static_cast<int32_t>(number);
     }
 }
 
-void assign(std::atomic<bool>& field, const json& value) {
-    if (value.is_boolean()) field = value.get<bool>();
+void read(std::atomic<bool>& field, const json& object, const char* key) {
+    field = boolAt(object, key).value_or(field);
 }
 
 json valueOf(const SharedText& field) {
@@ -82,11 +82,8 @@ Settings& Settings::instance() {
 
 void Settings::fromJson(const std::string& bytes) {
     const json object = parseJson(bytes);
-    if (!object.is_object()) return;
     for (const Field& field : fields) {
-        const auto value = object.find(field.key);
-        if (value == object.end()) continue;
-        std::visit([&](auto member) { assign(this->*member, *value); }, field.member);
+        std::visit([&](auto member) { read(this->*member, object, field.key); }, field.member);
     }
     // Three rows; a file from elsewhere may name one that isn't there.
     if (static_cast<uint32_t>(modelIndex.load()) > 2) modelIndex = 0;

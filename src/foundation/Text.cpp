@@ -17,7 +17,7 @@ Sequence sequenceAt(std::string_view text, size_t at) {
     const uint8_t lead = byte(at);
     if (lead < 0x80) return {1, true};
     if (lead < 0xC2 || lead > 0xF4) return {1, false};
-    const size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    const size_t length = characterLength(text[at]);
     const uint8_t low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const uint8_t high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     for (size_t i = 1; i < length; ++i) {
@@ -52,13 +52,34 @@ std::string repairUtf8(std::string text) {
     return repaired;
 }
 
+size_t characterLength(char lead) {
+    const auto byte = static_cast<uint8_t>(lead);
+    if (byte < 0xC0 || byte > 0xF7) return 1;
+    return byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+}
+
+bool isInsideCharacter(char byte) {
+    return (static_cast<uint8_t>(byte) & 0xC0) == 0x80;
+}
+
 std::string cutUtf8(std::string text, size_t maxBytes) {
     if (text.size() <= maxBytes) return text;
     size_t end = maxBytes;
     // A character has at most three bytes behind its lead byte.
-    while (end > 0 && maxBytes - end < 4 && (static_cast<uint8_t>(text[end]) & 0xC0) == 0x80)
+    while (end > 0 && maxBytes - end < 4 && isInsideCharacter(text[end]))
         --end;
     text.resize(end);
+    return text;
+}
+
+std::string_view cutToUnits(std::string_view text, size_t maxUnits) {
+    size_t units = 0;
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = characterLength(text[at]);
+        units += length == 4 ? 2 : 1;
+        if (units > maxUnits) return text.substr(0, at);
+        at += length;
+    }
     return text;
 }
 

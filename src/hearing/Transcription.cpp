@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "foundation/Json.h"
@@ -98,11 +99,8 @@ std::string inferenceBody(const std::vector<int16_t>& samples) {
 }
 
 std::string cleanTranscript(const std::string& body) {
-    const nlohmann::json answer = parseJson(body);
-    if (!answer.is_object()) return {};
-    const auto found = answer.find("text");
-    if (found == answer.end() || !found->is_string()) return {};
-    const std::string_view text = trimmed(found->get_ref<const std::string&>());
+    const std::string answer = textAt(parseJson(body), "text");
+    const std::string_view text = trimmed(answer);
     if (text.empty() || isAnnotation(text)) return {};
     return std::string(text);
 }

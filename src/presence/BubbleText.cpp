@@ -1,28 +1,12 @@
 #include "presence/BubbleText.h"
 
 #include <cstddef>
-#include <cstdint>
 
 #include "foundation/Text.h"
 
-namespace {
-
-bool isInsideCharacter(char byte) {
-    return (static_cast<uint8_t>(byte) & 0xC0) == 0x80;
-}
-
-}  // namespace
-
 std::string typedQuestion(std::string_view typed) {
     constexpr size_t mostUnits = 2048;
-    size_t units = 0;
-    size_t end = 0;
-    for (; end < typed.size(); ++end) {
-        if (isInsideCharacter(typed[end])) continue;
-        units += static_cast<uint8_t>(typed[end]) >= 0xF0 ? 2 : 1;
-        if (units > mostUnits) break;
-    }
-    return std::string(trimmed(typed.substr(0, end), " \t"));
+    return std::string(trimmed(cutToUnits(typed, mostUnits), " \t"));
 }
 
 std::string newestPart(std::string text) {

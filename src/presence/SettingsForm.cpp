@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/Scaling.h"
+#include "foundation/Text.h"
 #include "platform/texts.h"
 
 namespace {
@@ -107,20 +108,6 @@ int32_t sizeEntry(int32_t pixels) {
     return found == std::end(sizes) ? medium : static_cast<int32_t>(found - sizes);
 }
 
-/// At most `most` UTF-16 units of the beginning of valid UTF-8; no character is split.
-std::string cutToUnits(const std::string& text, size_t most) {
-    size_t units = 0;
-    size_t end = 0;
-    while (end < text.size()) {
-        const auto first = static_cast<uint8_t>(text[end]);
-        const size_t length = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-        units += length == 4 ? 2 : 1;
-        if (units > most) break;
-        end += length;
-    }
-    return text.substr(0, end);
-}
-
 void fill(Control& control, Id id, const Settings& settings, const SettingsChoices& choices) {
     switch (id) {
         case Id::userName:
@@ -157,7 +144,7 @@ void apply(const Control& control, const SettingsChoices& choices, Settings& set
     const Id id{control.id};
     switch (id) {
         case Id::userName:
-            settings.userName.set(cutToUnits(control.text, longestName));
+            settings.userName.set(std::string(cutToUnits(control.text, longestName)));
             return;
         case Id::model:
             if (control.selected >= 0 && control.selected < modelCount)

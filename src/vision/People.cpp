@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "foundation/Json.h"
@@ -27,22 +28,15 @@ std::optional<std::vector<float>> embeddingOf(const json& numbers) {
 }
 
 int32_t countOf(const json& element) {
-    const auto count = element.find("count");
-    if (count == element.end() || !count->is_number()) return 0;
     constexpr double most = std::numeric_limits<int32_t>::max();
-    return static_cast<int32_t>(std::clamp(count->get<double>(), -most, most));
+    return static_cast<int32_t>(std::clamp(numberAt(element, "count").value_or(0), -most, most));
 }
 
 std::optional<Person> personOf(const json& element) {
-    if (!element.is_object()) return std::nullopt;
-    const auto name = element.find("name");
-    const auto embeddings = element.find("embs");
-    if (name == element.end() || !name->is_string() || embeddings == element.end() || !embeddings->is_array())
-        return std::nullopt;
     Person person;
-    person.name = name->get<std::string>();
+    person.name = textAt(element, "name");
     person.count = countOf(element);
-    for (const json& numbers : *embeddings) {
+    for (const json& numbers : arrayAt(element, "embs")) {
         std::optional<std::vector<float>> embedding = embeddingOf(numbers);
         if (!embedding) return std::nullopt;
         person.embs.push_back(std::move(*embedding));

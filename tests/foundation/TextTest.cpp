@@ -34,6 +34,10 @@ TEST(Text, CutsBetweenCharacters) {
     };
     for (const auto& [bytes, cut] : cases)
         EXPECT_EQ(cutUtf8(text, bytes), cut) << bytes;
+    // U+20AC is one unit, the face two.
+    const std::string units = "a\xC3\xA9\xE2\x82\xAC" + face;
+    for (const auto& [count, bytes] : {std::pair{0, 0}, {1, 1}, {2, 3}, {3, 6}, {4, 6}, {5, 10}, {9, 10}})
+        EXPECT_EQ(cutToUnits(units, count).size(), bytes) << count;
 }
 
 }  // namespace
