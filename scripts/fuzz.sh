@@ -1,20 +1,20 @@
 #!/usr/bin/env bash
 # fuzz.sh [SECONDS [TARGET...]]
-# Builds the fuzz targets, all of them or the named ones, and runs each for SECONDS (60 by default), two at a time. New
-# inputs are kept under build/fuzz/corpus for the next run. On a finding, the script prints the path of the failing
-# input and exits with 1.
+# Builds the fuzz program and runs its targets, all of them or the named ones, each for SECONDS (60 by default), two at a
+# time. A target is named after its folder in tests/fuzz/corpus. New inputs are kept under build/fuzz/corpus for the next
+# run. On a finding, the script prints the path of the failing input and exits with 1.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
 [ $# -eq 0 ] || shift
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
-    for source in "$root"/tests/fuzz/Fuzz*.cpp; do
-        targets+=("$(basename "$source" .cpp)")
+    for corpus in "$root"/tests/fuzz/corpus/*; do
+        targets+=("$(basename "$corpus")")
     done
 fi
 "$root/scripts/install-packages.sh" build fuzz
-"$root/scripts/build.sh" fuzz -- "${targets[@]}"
+"$root/scripts/build.sh" fuzz -- velu-fuzz
 
 cd "$root/build/fuzz"
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:strict_string_checks=1}
@@ -24,7 +24,7 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 fuzz() {
     mkdir -p "corpus/$1" "findings/$1"
     echo "fuzz.sh: $1 for $seconds s" >&2
-    if "tests/fuzz/$1" -max_total_time="$seconds" -max_len=16384 -timeout=5 -rss_limit_mb=512 -print_final_stats=1 \
+    if FUZZ_TARGET=$1 tests/fuzz/velu-fuzz -max_total_time="$seconds" -max_len=16384 -timeout=5 -rss_limit_mb=512 -print_final_stats=1 \
         -artifact_prefix="findings/$1/" "corpus/$1" "$root/tests/fuzz/corpus/$1" > "$1.log" 2>&1; then
         echo "fuzz.sh: $1 found nothing in $(sed -n 's/^stat::number_of_executed_units: *//p' "$1.log") inputs" >&2
         return

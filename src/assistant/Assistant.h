@@ -3,76 +3,79 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
 #include "assistant/Memory.h"
+#include "assistant/UserProfile.h"
 #include "brain/Brain.h"
 #include "foundation/Callbacks.h"
 #include "foundation/Endpoints.h"
 
-/// A pending timer. It doesn't outlive the process.
+/// A pending timer. It isn't stored: it ends with the process.
 struct Reminder {
     uint64_t dueTick = 0;  ///< of `tickCount`
     std::string label;     ///< what it is for
 };
 
-/// What a question becomes: the conversation that the language model sees, its streamed reply cut into
-/// sentences, the tools that it asks for, and the memory of what was said. It knows nothing of windows or
-/// speech: all it has to say leaves through callbacks.
+/// Answers questions: builds the conversation that the language model sees, cuts its streamed reply into
+/// sentences, runs the tools that it asks for, and remembers what was said. It has no part in windows or
+/// speech: everything it says leaves through callbacks.
 ///
-/// Threads: one turn at a time, on any thread; the operations that say so take `mutex`, which is never held
-/// across a request or a callback.
+/// Threads: one turn at a time, on any thread. The operations that say so take `mutex`, which is never held
+/// during a request or a callback of the turn.
 class Assistant {
 public:
+    using SentenceFn = std::function<void(const std::string&)>;
+
     /// Loads the memory. The brain is not owned and must outlive the assistant.
     explicit Assistant(Brain& theBrain, Endpoints hosts = {});
 
-    /// One question in, one spoken answer out. `onSentence` gets everything to be said and shown, in order,
-    /// while the model is still writing; `onActivity` gets progress lines; both run on the calling thread.
-    /// `reply` gets what was stored of the answer, or the apology of a failed request, or stays empty. Blocks
-    /// until the turn has ended; a flag that turns true ends it without another word. The engine must be
-    /// answering.
-    void turn(std::string& reply, const std::string& question,
-              const std::function<void(const std::string&)>& onSentence, const StatusFn& onActivity,
-              CancelFlag* cancel);
+    /// Answers one question. `onSentence` receives everything to be said and shown, in order, while the model
+    /// is still writing; `onActivity` receives progress lines; both run on the calling thread. `reply`
+    /// becomes the stored answer, or the apology for a failed request, or empty. Blocks until the turn has
+    /// ended; setting `cancel` ends it without another word. The engine must be running.
+    void turn(std::string& reply, const std::string& question, const SentenceFn& onSentence,
+              const StatusFn& onActivity, CancelFlag* cancel);
 
-    /// Has the server read the long beginning that all turns share before the first question comes. Blocks.
+    /// Has the server read the long beginning that all turns share, before the first question. Blocks.
     void warmUp(CancelFlag* cancel);
 
-    /// The tools offered to the model, in the form in which the server takes them.
+    /// Returns the tools offered to the model, in the form that the server takes.
     [[nodiscard]] nlohmann::json toolSchemas() const;
 
-    /// Carries out one call of the model. Every outcome is a text for the model to read; nothing is thrown.
+    /// Runs one tool call of the model. Returns a text for the model, whatever happens; nothing is thrown.
     std::string dispatchTool(const std::string& name, const nlohmann::json& arguments,
                              const StatusFn& onActivity, CancelFlag* cancel);
 
-    /// The labels of the reminders that are due at `now` (of `tickCount`), in the order in which they were
-    /// set; they are pending no more. Takes `mutex`.
+    /// Removes the reminders that are due at `now` (of `tickCount`) and returns their labels in the order in
+    /// which they were set. Takes `mutex`.
     std::vector<std::string> takeDueReminders(uint64_t now);
 
-    /// Empties the conversation, or the facts, and saves. They take `mutex`.
+    /// Empties the conversation, or the facts, and saves the memory. They take `mutex`.
     void clearConversation();
     void forgetEverything();
 
-    /// The system prompt of this moment. The caller holds `mutex`.
+    /// Returns the system prompt for now. The caller holds `mutex`.
     [[nodiscard]] std::string buildSystemPrompt() const;
 
-    /// Fills the memory from its file, if there is one. Before any other thread knows the assistant.
+    /// Fills the memory from its file, if there is one. Call it before other threads use the assistant.
     void loadMemory();
 
-    /// Writes the memory file. The caller holds `mutex`. A failed write isn't told: the next save tries
+    /// Writes the memory file. The caller holds `mutex`. A failure is not reported: the next save tries
     /// again.
     void saveMemory() const;
 
     Brain* brain;
     const Endpoints endpoints;
-    /// Learns the face before the camera under a name and answers in words; set when there are eyes. Empty
-    /// until then.
+    UserProfile user;  ///< set before the first turn
+    /// Learns the face in front of the camera under a name and returns words for the model. Empty until the
+    /// eyes have started.
     std::function<std::string(const std::string& name)> learnFace;
-    std::string lastQuestion;     ///< of the present turn; its thread's own
-    uint64_t firstTokenTick = 0;  ///< when its first piece of text came, of `tickCount`; its thread's own
+    std::string lastQuestion;  ///< of the current turn; used by the turn's thread only
+    uint64_t firstTokenTick =
+        0;  ///< when the turn's first text arrived, of `tickCount`; the turn's thread only
     std::mutex mutex;
 
     // Guarded by `mutex`:
@@ -81,28 +84,14 @@ public:
     std::vector<Reminder> timers;  ///< in the order in which they were set
 
 private:
-    using SentenceFn = std::function<void(const std::string&)>;
-
     [[nodiscard]] nlohmann::json openingMessages(const std::string& question);
-    /// The passes between the model and its tools. False when a request failed.
+    /// Runs the passes between the model and its tools. Returns false when a request failed.
     [[nodiscard]] bool runPasses(nlohmann::json& messages, const nlohmann::json& tools, std::string& reply,
-                                 const std::function<void(const std::string&)>& onSentence,
-                                 const StatusFn& onActivity, CancelFlag* cancel);
+                                 const SentenceFn& onSentence, const StatusFn& onActivity,
+                                 CancelFlag* cancel);
     void runTools(nlohmann::json& messages, const nlohmann::json& calls, const StatusFn& onActivity,
                   CancelFlag* cancel);
     void store(const std::string& question, std::string& reply);
-
-    /// Fetches what the question plainly needs and places it in the conversation as a finished tool call. At
-    /// most one route runs; none can fail.
-    void preRoute(const std::string& question, nlohmann::json& messages, const SentenceFn& onSentence,
-                  const StatusFn& onActivity, CancelFlag* cancel);
-    void routePages(const std::vector<std::string>& urls, const std::string& question,
-                    nlohmann::json& messages, const SentenceFn& onSentence, const StatusFn& onActivity,
-                    CancelFlag* cancel);
-    void routeWeather(const std::string& place, nlohmann::json& messages, const SentenceFn& onSentence,
-                      const StatusFn& onActivity, CancelFlag* cancel);
-    void routeSearch(const std::string& query, nlohmann::json& messages, const SentenceFn& onSentence,
-                     const StatusFn& onActivity, CancelFlag* cancel);
 
     /// `dispatchTool` without its guard.
     std::string runTool(const std::string& name, const nlohmann::json& arguments, const StatusFn& onActivity,

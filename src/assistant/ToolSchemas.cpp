@@ -1,6 +1,7 @@
 #include "assistant/ToolSchemas.h"
 
 #include <initializer_list>
+#include <nlohmann/json.hpp>
 
 using nlohmann::json;
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
-/// The tools in the form in which the server takes them, in the order in which they reach the model: those
-/// that use the web only with `web`, learning a face only with `faces`.
+/// Returns the tools in the form that the server takes, in the order in which they reach the model. The web
+/// tools are left out without `web`, learning a face without `faces`. Threads: any.
 nlohmann::json toolSchemasFor(bool web, bool faces);

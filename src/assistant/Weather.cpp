@@ -9,14 +9,13 @@
 #include "foundation/HttpClient.h"
 #include "foundation/Json.h"
 #include "foundation/Log.h"
-#include "foundation/Settings.h"
 #include "foundation/Text.h"
 
 using nlohmann::json;
 
 namespace {
 
-/// A number with so many decimals, whatever the desktop's language makes of a decimal point.
+/// Returns the number with this many decimals and a decimal point, whatever the locale.
 std::string decimal(double value, int decimals) {
     std::array<char, 400> buffer{};  // room for the largest double
     const auto end =
@@ -35,15 +34,15 @@ HttpResponse get(const std::string& url, bool plain, int32_t receiveTimeoutMs, C
     return HttpClient::send(url, request);
 }
 
-std::string forecastUrl(const Endpoints& endpoints, double latitude, double longitude) {
-    return endpoints.forecast + "/v1/forecast?latitude=" + decimal(latitude, 4) +
-           "&longitude=" + decimal(longitude, 4) +
+std::string forecastUrl(const Endpoints& endpoints, const Place& place) {
+    return endpoints.forecast + "/v1/forecast?latitude=" + decimal(place.latitude, 4) +
+           "&longitude=" + decimal(place.longitude, 4) +
            "&current=temperature_2m,apparent_temperature,weather_code,wind_speed_10m"
            "&daily=weather_code,temperature_2m_max,temperature_2m_min,precipitation_probability_max"
            "&temperature_unit=fahrenheit&wind_speed_unit=mph&timezone=auto&forecast_days=3";
 }
 
-/// The entry of a day in one of the forecast's arrays; 0 when the array is missing or shorter.
+/// Returns the entry of a day in one of the forecast's arrays; 0 when the array is missing or shorter.
 json dayValue(const json& daily, const char* key, size_t day) {
     const json values = daily.value(key, json::array());
     return day < values.size() ? values.at(day) : json(0);
@@ -59,7 +58,7 @@ int whole(double value) {
 
 std::string dayText(const json& daily, size_t day) {
     constexpr const char* labels[] = {"Today", "Tomorrow", "Day after"};
-    // Far from any station the service has weather but no probability.
+    // Far from any station the service gives no probability.
     const json chance = dayValue(daily, "precipitation_probability_max", day);
     const int percent = chance.is_null() ? 0 : whole(chance.get<double>());
     return std::string(" ") + labels[day] + ": " +
@@ -71,22 +70,19 @@ std::string dayText(const json& daily, size_t day) {
 
 }  // namespace
 
-std::string getWeather(const Endpoints& endpoints, const std::string& place, CancelFlag* cancel) {
-    Settings& settings = Settings::instance();
-    std::string name;
-    double latitude = 0;
-    double longitude = 0;
+std::string getWeather(const Endpoints& endpoints, const UserProfile& user, const std::string& place,
+                       CancelFlag* cancel) {
+    Place found;
     if (place.empty()) {
-        if (settings.locName.get().empty()) locateByIp(endpoints, cancel);
-        name = settings.locName.get();
-        if (name.empty()) return "I don't know where you are. Ask the user for their city.";
-        latitude = settings.locLat;
-        longitude = settings.locLon;
-    } else if (!geocodePlace(endpoints, place, name, latitude, longitude, cancel)) {
+        found = user.choices().place;
+        if (found.name.empty() && locateByIp(endpoints, found, cancel))
+            user.keepPlace(found, PlaceLifetime::thisRun);
+        if (found.name.empty()) return "I don't know where you are. Ask the user for their city.";
+    } else if (!geocodePlace(endpoints, place, found, cancel)) {
         return "Couldn't find a place called " + place + ".";
     }
-    const HttpResponse response = get(forecastUrl(endpoints, latitude, longitude), true, 10000, cancel);
-    std::string text = response.status == 200 ? forecastText(response.body, name) : std::string();
+    const HttpResponse response = get(forecastUrl(endpoints, found), true, 10000, cancel);
+    std::string text = response.status == 200 ? forecastText(response.body, found.name) : std::string();
     if (!text.empty()) return text;
     logLine("weather failed: status=%d err=%s body=%.200s", response.status, response.error.c_str(),
             response.body.c_str());
@@ -113,16 +109,14 @@ std::string cityOf(const std::string& place) {
     return place.substr(0, place.find(','));
 }
 
-bool geocodePlace(const Endpoints& endpoints, const std::string& place, std::string& name, double& latitude,
-                  double& longitude, CancelFlag* cancel) {
+bool geocodePlace(const Endpoints& endpoints, const std::string& place, Place& found, CancelFlag* cancel) {
     const std::string url =
         endpoints.geocoding + "/v1/search?count=5&language=en&name=" + formEncode(cityOf(place));
     const HttpResponse response = get(url, true, 8000, cancel);
-    return response.status == 200 && choosePlace(response.body, place, name, latitude, longitude);
+    return response.status == 200 && choosePlace(response.body, place, found);
 }
 
-bool choosePlace(const std::string& body, const std::string& place, std::string& name, double& latitude,
-                 double& longitude) {
+bool choosePlace(const std::string& body, const std::string& place, Place& found) {
     const json answer = parseJson(body);
     if (!answer.is_object()) return false;
     const json results = answer.value("results", json::array());
@@ -136,31 +130,28 @@ bool choosePlace(const std::string& body, const std::string& place, std::string&
         return toLowerAscii(entry.value("admin1", "")).find(wanted) != std::string::npos ||
                toLowerAscii(entry.value("country", "")).find(wanted) != std::string::npos;
     };
-    const auto found = wanted.empty() ? results.begin() : std::find_if(results.begin(), results.end(), fits);
+    const auto fitting =
+        wanted.empty() ? results.begin() : std::find_if(results.begin(), results.end(), fits);
     // A hint can pick among the results but never makes the look-up fail.
-    const json& entry = found == results.end() ? results.front() : *found;
-    name = entry.value("name", cityOf(place));
+    const json& entry = fitting == results.end() ? results.front() : *fitting;
+    found.name = entry.value("name", cityOf(place));
     const std::string region = entry.value("admin1", "");
-    if (!region.empty()) name += ", " + region;
-    latitude = entry.value("latitude", 0.0);
-    longitude = entry.value("longitude", 0.0);
+    if (!region.empty()) found.name += ", " + region;
+    found.latitude = entry.value("latitude", 0.0);
+    found.longitude = entry.value("longitude", 0.0);
     return true;
 }
 
-void locateByIp(const Endpoints& endpoints, CancelFlag* cancel) {
+bool locateByIp(const Endpoints& endpoints, Place& found, CancelFlag* cancel) {
     const HttpResponse response =
         get(endpoints.ipLocation + "/json/?fields=status,city,regionName,lat,lon", false, 8000, cancel);
     const json answer = parseJson(response.body);
-    if (response.status != 200 || !answer.is_object() || answer.value("status", json()) != "success") return;
-    // All is read before anything is set: a name must not go with another place's coordinates.
-    const std::string name = answer.value("city", "") + ", " + answer.value("regionName", "");
-    const double latitude = answer.value("lat", 0.0);
-    const double longitude = answer.value("lon", 0.0);
-    Settings& settings = Settings::instance();
-    settings.locName.set(name);
-    settings.locLat = latitude;
-    settings.locLon = longitude;
-    logLine("location from IP: %s", settings.locName.get().c_str());
+    if (response.status != 200 || textAt(answer, "status") != "success") return false;
+    found.name = answer.value("city", "") + ", " + answer.value("regionName", "");
+    found.latitude = answer.value("lat", 0.0);
+    found.longitude = answer.value("lon", 0.0);
+    logLine("location from IP: %s", found.name.c_str());
+    return true;
 }
 
 const char* weatherDescription(int code) {

@@ -2,34 +2,37 @@
 
 #include <string>
 
+#include "assistant/UserProfile.h"
 #include "foundation/Callbacks.h"
 #include "foundation/Endpoints.h"
 
 // Weather and places, from public services without keys. Every answer is a short text for the language model.
-// Threads: any; all but `weatherDescription` and `forecastText` block for requests.
+// Threads: everything here may be called from any thread. What takes `Endpoints` blocks for requests.
 
-/// The present weather and three days' forecast; `place` empty means the user's own place, looked up by
-/// network address when it isn't known. Throws nlohmann::json::exception when the service sends values of a
-/// wrong type.
-std::string getWeather(const Endpoints& endpoints, const std::string& place, CancelFlag* cancel);
+/// Returns the present weather and the forecast for three days. An empty `place` means the user's own, which
+/// is looked up by network address, and kept for this run, when it isn't known. Throws
+/// nlohmann::json::exception when a service sends values of a wrong type.
+std::string getWeather(const Endpoints& endpoints, const UserProfile& user, const std::string& place,
+                       CancelFlag* cancel);
 
-/// Finds a place by "city" or "city, region or country"; writes its display name and coordinates in degrees.
-/// False when there is none or the service doesn't answer. Throws like `getWeather`.
-[[nodiscard]] bool geocodePlace(const Endpoints& endpoints, const std::string& place, std::string& name,
-                                double& latitude, double& longitude, CancelFlag* cancel);
+/// Finds a place by "city" or "city, region or country". Returns false when there is none or the service
+/// doesn't answer. Throws like `getWeather`.
+[[nodiscard]] bool geocodePlace(const Endpoints& endpoints, const std::string& place, Place& found,
+                                CancelFlag* cancel);
 
-/// Fills the settings' place by the user's network address, for this run only; leaves it alone when it can't.
-void locateByIp(const Endpoints& endpoints, CancelFlag* cancel);
+/// Finds the user's place by network address. Returns false when the service doesn't know it or doesn't
+/// answer. Throws like `getWeather`.
+[[nodiscard]] bool locateByIp(const Endpoints& endpoints, Place& found, CancelFlag* cancel);
 
-/// Words for one of the WMO weather codes that the forecast service uses.
+/// Returns words for a WMO weather code of the forecast service.
 const char* weatherDescription(int code);
 
-/// The text for a forecast's body; empty when the body isn't one. Throws like `getWeather`.
+/// Returns the text for a forecast's body; empty when the body isn't one. Throws like `getWeather`.
 std::string forecastText(const std::string& body, const std::string& placeName);
 
-/// What `geocodePlace` makes of the service's answer to a question for `place`.
-[[nodiscard]] bool choosePlace(const std::string& body, const std::string& place, std::string& name,
-                               double& latitude, double& longitude);
+/// Picks the place from the geocoder's answer to a request for `place`. Returns false when the answer holds
+/// none. Throws like `getWeather`.
+[[nodiscard]] bool choosePlace(const std::string& body, const std::string& place, Place& found);
 
-/// The part of `place` that the geocoder is asked for.
+/// Returns the part of `place` that the geocoder is asked for.
 std::string cityOf(const std::string& place);

@@ -1,5 +1,6 @@
 #include "brain/ChatClient.h"
 
+#include "brain/ChatResult.h"
 #include "brain/ChatStream.h"
 #include "foundation/Files.h"
 #include "foundation/HttpClient.h"

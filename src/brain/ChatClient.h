@@ -2,18 +2,12 @@
 
 #include <cstdint>
 #include <functional>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "foundation/Callbacks.h"
 
-/// The result of a chat completion.
-struct ChatResult {
-    bool ok = false;           ///< the exchange ended well
-    std::string error;         ///< why not, when `ok` is false
-    std::string text;          ///< all text in order; the received part of it when `ok` is false
-    nlohmann::json toolCalls;  ///< when `ok`: array of {"id", "name", "arguments"}, maybe empty
-};
+struct ChatResult;  // of ChatResult.h, which only those who make a request need
 
 /// A client of the language-model server on a loopback port. It neither starts the server nor retries.
 /// Threads: any; the calls are independent.

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <mutex>
 
+#include "core/AssistantProfile.h"
 #include "core/Gestures.h"
 #include "core/Guard.h"
 #include "core/Placement.h"
@@ -36,7 +37,9 @@ Companion::Companion(Settings& theSettings, const Endpoints& endpoints, const st
                                         theSettings.micDevice.get(), theSettings.camOn};
               }),
       conversation(assistant, bringUp, ears, voice, bubble, messages,
-                   [&theSettings] { return theSettings.voiceOn.load(); }) {}
+                   [&theSettings] { return theSettings.voiceOn.load(); }) {
+    assistant.user = assistantProfile(theSettings);
+}
 
 void Companion::windowProc(const Message& message) {
     const auto number = static_cast<uint32_t>(std::visit([](const auto& kind) { return kind.id; }, message));

@@ -1,6 +1,6 @@
 #include "assistant/Passages.h"
 
-#include <gtest/gtest.h>
+#include "assistant/TextCases.h"
 
 namespace {
 
@@ -51,34 +51,13 @@ TEST(Passages, TheQuestionsWordsChooseTheLines) {
     std::string text;
     for (const std::string& each : lines)
         text += each + "\n";
-    struct Case {
-        const char* question;
-        size_t lineCount;  ///< that the budget has room for
-        std::vector<size_t> chosen;
-    };
-    const Case cases[] = {
-        {"", 3, {0, 1, 2}},
-        {"", 5, {0, 1, 2, 3, 4}},
-        {"is it so, or not?", 4, {0, 1, 2, 3}},
-        {"Lighthouse?", 1, {5}},
-        {"Lighthouse?", 2, {5, 6}},
-        {"Lighthouse?", 4, {0, 1, 5, 6}},
-        {"harbour lighthouse", 2, {3, 5}},
-        // A word said twice counts twice.
-        {"harbour lighthouse lighthouse", 2, {5, 6}},
-        {"the harbour's LIGHTHOUSE-lighthouse", 2, {5, 6}},
-        // Words of three letters don't count; digits do, and any other byte ends a word.
-        {"two", 1, {0}},
-        {"harbo\u00FCr", 1, {3}},
-        {"har bour", 1, {3}},
-        {"harbour2", 1, {0}},
-    };
-    for (const Case& item : cases) {
+    // Each row: a question, the number of lines that the budget has room for, the chosen lines.
+    for (const nlohmann::json& row : textCases("selectPassages")) {
         std::string expected;
-        for (const size_t index : item.chosen)
+        for (const size_t index : row[2])
             expected += lines[index] + "\n";
-        EXPECT_EQ(selectPassages(text, item.question, item.lineCount * 41), expected)
-            << item.question << ", " << item.lineCount;
+        const auto budget = row[1].get<size_t>() * 41;
+        EXPECT_EQ(selectPassages(text, row[0].get<std::string>(), budget), expected) << row;
     }
 }
 

@@ -2,28 +2,30 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
 #include "support/TestData.h"
 
 using nlohmann::json;
 
 namespace {
 
-/// The whole list of tools without those of these names.
-json without(const std::vector<std::string>& names) {
-    json tools = json::array();
-    for (const json& tool : json::parse(readTestData("tools.json"))) {
-        const std::string name = tool["function"]["name"];
-        if (std::find(names.begin(), names.end(), name) == names.end()) tools.push_back(tool);
-    }
-    return tools;
-}
-
 TEST(ToolSchemas, OfferWhatIsThereInTheirOrder) {
-    EXPECT_EQ(without({}).size(), 9u);
-    EXPECT_EQ(toolSchemasFor(true, true), without({}));
-    EXPECT_EQ(toolSchemasFor(true, false), without({"learn_face"}));
-    EXPECT_EQ(toolSchemasFor(false, true), without({"web_search", "read_webpage"}));
-    EXPECT_EQ(toolSchemasFor(false, false), without({"web_search", "read_webpage", "learn_face"}));
+    EXPECT_EQ(toolSchemasFor(true, true).dump(1) + "\n", readTestData("tools.json"));
+    const std::tuple<bool, bool, std::vector<std::string>> cases[] = {
+        {true, true, {}},
+        {true, false, {"learn_face"}},
+        {false, true, {"web_search", "read_webpage"}},
+        {false, false, {"web_search", "read_webpage", "learn_face"}}};
+    for (const auto& [web, faces, missing] : cases) {
+        json tools = json::array();
+        for (const json& tool : json::parse(readTestData("tools.json"))) {
+            if (std::count(missing.begin(), missing.end(), tool["function"]["name"]) == 0)
+                tools.push_back(tool);
+        }
+        EXPECT_EQ(toolSchemasFor(web, faces), tools) << web << faces;
+    }
 }
 
 }  // namespace

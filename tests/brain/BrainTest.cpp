@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "engines/SmallDisk.h"
+#include "brain/ChatResult.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "platform/system.h"

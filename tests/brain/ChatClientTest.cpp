@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "brain/ChatResult.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "support/EngineFolder.h"

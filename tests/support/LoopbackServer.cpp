@@ -7,8 +7,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <cstdlib>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 using std::chrono::milliseconds;
@@ -18,17 +18,6 @@ namespace {
 
 // A gate has no bell: whoever waits for one looks at it this often.
 constexpr milliseconds gatePoll(2);
-
-Received receivedFrom(const httplib::Request& request) {
-    Received received{request.method, request.target, {}, request.body};
-    for (const auto& [name, value] : request.headers) {
-        // The library's own, about the connection.
-        bool isMadeUp =
-            name == "REMOTE_ADDR" || name == "REMOTE_PORT" || name == "LOCAL_ADDR" || name == "LOCAL_PORT";
-        if (!isMadeUp) received.headers.emplace_back(name, value);
-    }
-    return received;
-}
 
 std::string chunkOf(const std::string& bytes) {
     char size[32];
@@ -78,33 +67,28 @@ struct LoopbackServer::State {
     }
 
     void answer(const httplib::Request& request, httplib::Response& response) {
-        Received received = receivedFrom(request);
+        const Received received{
+            request.method, request.target, {request.headers.begin(), request.headers.end()}, request.body};
         {
             std::lock_guard lock(mutex);
             requests.push_back(received);
             changed.notify_all();
         }
-        Reply reply = handler(received);
-        wait(reply.delayHeadersMs, reply.holdHeaders.get());
+        const Reply reply = handler(received);
+        wait(0, reply.holdHeaders.get());
 
         response.status = reply.status;
-        // Always as a body of unknown length, with the framing written here: the library would otherwise cut
-        // ranges, compress and correct lengths by itself.
+        // A body of unknown length, with the framing written here: the library would otherwise cut ranges,
+        // compress and correct lengths by itself.
+        response.set_content_provider(
+            "text/plain", [this, reply](size_t, httplib::DataSink& sink) { return send(reply, sink); });
+        response.headers = {reply.headers.begin(), reply.headers.end()};
         uint64_t length = 0;
         for (const Chunk& chunk : reply.chunks)
             length += chunk.bytes.size();
-        Framing framing = reply.framing;
-        std::optional<uint64_t> declared = reply.declaredLength;
-        Headers headers = reply.headers;
-        response.set_content_provider(
-            "text/plain",
-            [this, reply = std::move(reply)](size_t, httplib::DataSink& sink) { return send(reply, sink); });
-        response.headers.clear();
-        for (const auto& [name, value] : headers)
-            response.headers.emplace(name, value);
-        if (framing == Framing::length)
-            response.headers.emplace("Content-Length", std::to_string(declared.value_or(length)));
-        if (framing == Framing::chunked) response.headers.emplace("Transfer-Encoding", "chunked");
+        if (reply.framing == Framing::length)
+            response.set_header("Content-Length", std::to_string(reply.declaredLength.value_or(length)));
+        if (reply.framing == Framing::chunked) response.set_header("Transfer-Encoding", "chunked");
     }
 };
 
@@ -124,21 +108,14 @@ Reply makeReply(int32_t status, std::string body, const std::string& contentType
 }
 
 Reply rangeReply(const std::string& whole, const Received& request) {
-    std::string range = request.header("Range");
-    unsigned long long first = 0;
-    unsigned long long last = 0;
-    int parts = sscanf(range.c_str(), "bytes=%llu-%llu", &first, &last);
-    if (parts < 1) return makeReply(200, whole, "application/octet-stream");
-    std::string size = std::to_string(whole.size());
-    if (first >= whole.size()) {
-        Reply reply = makeReply(416, "");
-        reply.headers.emplace_back("Content-Range", "bytes */" + size);
-        return reply;
-    }
-    if (parts < 2 || last >= whole.size()) last = whole.size() - 1;
-    Reply reply = makeReply(206, whole.substr(first, last - first + 1), "application/octet-stream");
-    reply.headers.emplace_back("Content-Range",
-                               "bytes " + std::to_string(first) + "-" + std::to_string(last) + "/" + size);
+    size_t first = 0;
+    if (sscanf(request.header("Range").c_str(), "bytes=%zu-", &first) != 1)
+        return makeReply(200, whole, "application/octet-stream");
+    const std::string size = std::to_string(whole.size());
+    const bool isThere = first < whole.size();
+    Reply reply = makeReply(isThere ? 206 : 416, isThere ? whole.substr(first) : "");
+    const std::string part = std::to_string(first) + "-" + std::to_string(whole.size() - 1);
+    reply.headers.emplace_back("Content-Range", "bytes " + (isThere ? part : "*") + "/" + size);
     return reply;
 }
 
@@ -154,18 +131,15 @@ LoopbackServer::LoopbackServer(Handler handler) : state(std::make_unique<State>(
     // An idle connection that its client keeps is what a stop waits for.
     server.set_keep_alive_timeout(1);
     // The library's own options would let two servers share a port. Its queue for connections is short: a
-    // client that finds it full tries again only after a second.
+    // client retries only after a second when it is full.
     int listener = -1;
     server.set_socket_options([&listener](socket_t socket) { listener = socket; });
     port = server.bind_to_any_port("127.0.0.1");
-    if (port <= 0 || listen(listener, 128) != 0) {
-        perror("a port on the loopback interface");
-        abort();
-    }
+    if (port <= 0 || listen(listener, 128) != 0)
+        throw std::runtime_error("no port on the loopback interface");
     state->thread = std::thread([this] { state->server.listen_after_bind(); });
-    // Before that, a stop would be lost.
     while (!server.is_running())
-        std::this_thread::yield();
+        std::this_thread::yield();  // before that, a stop would be lost
 }
 
 LoopbackServer::LoopbackServer(std::vector<Reply> replies)

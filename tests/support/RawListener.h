@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-/// What a RawListener does with one connection.
+/// What a RawListener does with one connection, after it has read a request's headers.
 struct RawConnection {
     enum class End {
         close,    ///< an orderly end
@@ -18,39 +18,30 @@ struct RawConnection {
         int32_t pauseMs = 0;  ///< before the bytes go out
     };
 
-    bool readsRequest =
-        true;  ///< wait for the blank line behind a request's headers before anything is written
     std::vector<Piece> pieces;
     End end = End::close;
 };
 
-/// A TCP listener on the loopback interface, on a port that was free, for servers that break the rules.
-/// It serves one connection at a time.
-///
-/// The destructor is prompt, whatever a connection is waiting for.
-///
-/// Threads: any.
+/// A TCP listener on a free loopback port, for servers that break the rules of HTTP. It serves one connection
+/// at a time; its destructor is prompt. Threads: any.
 class RawListener {
 public:
-    /// Never accepts: a client is connected, can send, and waits for ever.
-    RawListener() : RawListener(std::vector<RawConnection>{}) {}
-    /// The n-th connection gets the n-th of these, further ones the last.
-    explicit RawListener(std::vector<RawConnection> connections);
+    /// The n-th connection gets the n-th of these, further ones the last. Without any, no connection is
+    /// accepted: a client can connect and send, and waits for ever.
+    explicit RawListener(std::vector<RawConnection> connections = {});
     ~RawListener();
     RawListener(const RawListener&) = delete;
     RawListener& operator=(const RawListener&) = delete;
 
-    /// "http://127.0.0.1:PORT", with `path` behind it.
+    /// Returns "http://127.0.0.1:PORT", followed by `path`.
     std::string url(const std::string& path = "") const;
 
     int32_t port = 0;
-    std::atomic<int32_t> connectionCount = 0;  ///< those that were accepted
 
 private:
-    void serve();
-    void serveOne(int connection, const RawConnection& script);
-    /// True when `descriptor` can be read in time; -1 means to wait for the time only. False when stopping,
-    /// too.
+    void serve(int connection, const RawConnection& plan);
+    /// Waits until `descriptor` (none: -1) can be read. Returns false after the time or when the listener
+    /// stops.
     bool waitReadable(int descriptor, int32_t timeoutMs) const;
 
     std::vector<RawConnection> script;

@@ -1,4 +1,4 @@
-#include "assistant/PreRouting.h"
+#include "assistant/QuestionWords.h"
 
 #include <algorithm>
 #include <string_view>

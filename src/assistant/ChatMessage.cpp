@@ -1,4 +1,6 @@
-#include "assistant/Messages.h"
+#include "assistant/ChatMessage.h"
+
+#include <nlohmann/json.hpp>
 
 #include "foundation/Text.h"
 
@@ -24,4 +26,11 @@ json messageWithCalls(const std::string& content, const json& calls) {
 
 json toolResult(const std::string& id, const std::string& content) {
     return {{"role", "tool"}, {"tool_call_id", id}, {"content", repairUtf8(content)}};
+}
+
+void appendToolExchange(json& messages, const std::string& id, const char* name, const json& arguments,
+                        const std::string& result) {
+    messages.push_back(
+        messageWithCalls("", json::array({{{"id", id}, {"name", name}, {"arguments", arguments}}})));
+    messages.push_back(toolResult(id, result));
 }

@@ -1,0 +1,340 @@
+// The fuzz targets: one function for each format that comes from outside. FUZZ_TARGET names the one to run.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <string_view>
+
+#include "assistant/ChatMessage.h"
+#include "assistant/Html.h"
+#include "assistant/Memory.h"
+#include "assistant/Passages.h"
+#include "assistant/QuestionWords.h"
+#include "assistant/SentenceStream.h"
+#include "assistant/Weather.h"
+#include "assistant/WebCoding.h"
+#include "assistant/WebSearch.h"
+#include "brain/ChatStream.h"
+#include "engines/ReleaseListing.h"
+#include "foundation/Image.h"
+#include "foundation/Settings.h"
+#include "foundation/Text.h"
+#include "hearing/Recording.h"
+#include "hearing/Transcription.h"
+#include "hearing/WakeWord.h"
+#include "presence/HeadModel.h"
+#include "vision/Letterbox.h"
+#include "vision/People.h"
+#include "vision/PictureFile.h"
+
+using nlohmann::json;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/// Ends the process when a property that must hold for every input doesn't; the fuzzer then keeps the input.
+void require(bool holds, const char* what) {
+    if (holds) return;
+    std::fprintf(stderr, "violated: %s\n", what);
+    std::abort();
+}
+
+/// The JSON library refuses to serialise anything but UTF-8.
+bool isUtf8(const std::string& text) {
+    try {
+        (void)json(text).dump();
+        return true;
+    } catch (const json::type_error&) {
+        return false;
+    }
+}
+
+/// A text cut into pieces at places that depend on the text.
+std::vector<std::string_view> cut(std::string_view text) {
+    std::minstd_rand random(static_cast<uint32_t>(std::hash<std::string_view>()(text)));
+    std::vector<std::string_view> pieces;
+    for (; !text.empty(); text.remove_prefix(pieces.back().size()))
+        pieces.push_back(text.substr(0, 1 + random() % 64));
+    return pieces;
+}
+
+void fuzzChatStream(std::string_view bytes) {
+    Texts deltas[2];
+    ChatStream whole([&](const std::string& delta) { deltas[0].push_back(delta); });
+    ChatStream pieces([&](const std::string& delta) { deltas[1].push_back(delta); });
+    whole.feed(bytes);
+    for (const std::string_view piece : cut(bytes))
+        pieces.feed(piece);
+    require(deltas[0] == deltas[1] && whole.text == pieces.text, "the cuts don't change the text");
+    const json calls = whole.toolCalls();
+    require(calls == pieces.toolCalls() && calls.size() <= 64, "the cuts don't change the calls");
+    for (const json& call : calls)
+        require(call["id"] != "" && call["name"] != "" && call["arguments"].is_object(), "a call is whole");
+    const json message = messageWithCalls(whole.text, calls);
+    require(json::parse(message.dump()) == message, "the message survives its way to the server");
+}
+
+template <typename Vector>
+void requireFinite(const Vector& vector) {
+    for (int i = 0; i < Vector::length(); ++i)
+        require(std::isfinite(vector[i]), "a number is finite");
+}
+
+/// An input that doesn't begin like a file is the JSON of one and, behind a zero byte, its binary part: with
+/// correct lengths the fuzzer gets deeper.
+std::string asModelFile(std::string_view input) {
+    if (input.starts_with("glTF")) return std::string(input);
+    const auto number = [](size_t value) {
+        const auto little = static_cast<uint32_t>(value);
+        return std::string(reinterpret_cast<const char*>(&little), sizeof little);
+    };
+    const auto chunk = [&](std::string_view type, std::string content, char padding) {
+        content.resize((content.size() + 3) / 4 * 4, padding);
+        return number(content.size()).append(type).append(content);
+    };
+    const size_t end = std::min(input.find('\0'), input.size());
+    std::string chunks = chunk("JSON", std::string(input.substr(0, end)), ' ');
+    if (end + 1 < input.size()) chunks += chunk({"BIN", 4}, std::string(input.substr(end + 1)), 0);
+    return "glTF" + number(2) + number(12 + chunks.size()) + chunks;
+}
+
+void fuzzHeadModel(std::string_view bytes) {
+    HeadModel model;
+    require(parseHeadModel(asModelFile(bytes), model) == !model.parts.empty(), "a head has parts");
+    requireFinite(model.center);
+    require(std::isfinite(model.scale) && model.scale > 0, "the head has a size");
+    for (const HeadPart& part : model.parts) {
+        require(part.nodeIndex >= 0 && part.nodeIndex < std::ssize(model.nodes), "a part has its node");
+        require(part.image >= -1 && part.image < std::ssize(model.images), "a part's image exists");
+        require(!part.indices.empty() && part.indices.size() % 3 == 0, "a part is made of triangles");
+        for (const uint32_t index : part.indices)
+            require(index < part.vertices.size(), "every corner exists");
+        for (const HeadVertex& vertex : part.vertices) {
+            requireFinite(vertex.position);
+            requireFinite(vertex.normal);
+            requireFinite(vertex.texture);
+        }
+        requireFinite(part.baseColor);
+    }
+    for (const HeadNode& node : model.nodes)
+        requireFinite(node.world[0] + node.world[1] + node.world[2] + node.world[3]);
+    for (const HeadImage& image : model.images)
+        require(!image.pixels.empty() && image.pixels.size() == size_t{4} * image.width * image.height,
+                "an image is whole");
+}
+
+void fuzzHtml(std::string_view bytes) {
+    const std::string text = htmlToText(bytes);
+    require(text.find("\n\n\n") == std::string::npos, "at most one empty line in a row");
+    require(text.empty() || (text.back() != ' ' && text.back() != '\n'), "no white space at the end");
+    const std::string input(bytes);
+    require(!isUtf8(input) || isUtf8(decodeEntities(input)), "entities of good text give good text");
+    const std::string page = repairUtf8(text);
+    const size_t budget = bytes.size() / 2;
+    const std::string excerpt = selectPassages(page, bytes.substr(0, 64), budget);
+    require(isUtf8(excerpt), "an excerpt splits no character");
+    require(page.size() <= budget ? excerpt == page : excerpt.size() <= budget + 1, "the budget holds");
+}
+
+/// Reads the bytes as a memory file; then each piece of them is a fact and ends an exchange.
+void fuzzMemory(std::string_view bytes) {
+    const Memory loaded = Memory::fromJson(std::string(bytes));
+    require(Memory::fromJson(loaded.toJson()).facts == loaded.facts, "facts survive as they are");
+    Memory memory;
+    for (const std::string_view line : cut(bytes)) {
+        memory.facts.emplace_back(line);
+        memory.history.push_back({memory.facts.front(), memory.facts.back()});
+    }
+    const Memory again = Memory::fromJson(memory.toJson());
+    require(again.toJson() == memory.toJson() && again.history.size() == memory.history.size(),
+            "all is kept");
+}
+
+void fuzzPeople(std::string_view bytes) {
+    size_t skipped = 0;
+    People people;
+    (void)People::fromJson(std::string(bytes), people, skipped);
+    const std::string saved = people.toJson();
+    People again;
+    require(isUtf8(saved) && People::fromJson(saved, again, skipped) && skipped == 0, "nobody is lost");
+    require(again.toJson() == saved, "what was saved loads as the same");
+    for (const Person& person : people.list) {
+        require(people.find(person.name) != nullptr, "a person is found by name");
+        require(!std::isnan(people.mostLike(person.embs.at(0)).similarity), "a likeness is a number");
+    }
+}
+
+void fuzzPicture(std::string_view bytes) {
+    int32_t width = 0;
+    int32_t height = 0;
+    const bool hasSize = readImageSize(bytes, width, height);
+    // Unpacking a large one takes longer than the fuzzer waits.
+    if (hasSize && int64_t{width} * height > 1 << 16) return;
+    PictureFile picture;
+    const bool isDecoded = picture.decode(bytes);
+    require(hasSize || !isDecoded, "what can be decoded has a size");
+    require(picture.pixels.size() == size_t{4} * picture.width * picture.height, "a picture is whole");
+    require(isDecoded == !picture.pixels.empty(), "there are pixels or nothing");
+    std::vector<float> tensor(size_t{3} * 32 * 32);
+    if (isDecoded) letterbox(picture.view(), 32, tensor);
+    require(std::all_of(tensor.begin(), tensor.end(), [](float value) { return value >= 0 && value < 256; }),
+            "its values are bytes");
+}
+
+void fuzzRecogniserJson(std::string_view bytes) {
+    (void)heardWakeWord(bytes);
+    std::string words(bytes);
+    std::replace_if(
+        words.begin(), words.end(), [](char byte) { return (byte & 0x80) != 0; }, '?');
+    const auto with = [&](const std::string& text) { return heardWakeWord(json{{"text", text}}.dump()); };
+    require(with(words + " velu") && with("belu " + words), "the name is heard at both ends");
+    if (words.find(' ') == std::string::npos) require(!with("x" + words), "a part of a word is none");
+}
+
+void fuzzRecording(std::string_view bytes) {
+    Recording recording;
+    const RecordingError error = readRecording(std::string(bytes), recording);
+    const size_t found = std::min(bytes.find("data"), bytes.size());
+    const size_t rest = bytes.size() - std::min(bytes.size(), found + 8);
+    require((error == RecordingError::tooShort) == (bytes.size() < 44), "too short is too short");
+    require(recording.samples.size() == (error == RecordingError::none ? rest / 2 : 0), "all is taken");
+    Recording again;
+    require(readRecording(buildWav(recording.samples), again) == RecordingError::none, "it is readable");
+    require(again.samples == recording.samples && again.mismatch.empty(), "what was written is read");
+}
+
+void fuzzReleaseListing(std::string_view bytes) {
+    const auto isWanted = [](const std::string& name) {
+        require(isUtf8(name), "a name is UTF-8");
+        return name.starts_with("llama-") && name.find("x64") != std::string::npos;
+    };
+    const std::string url = chooseAsset(std::string(bytes), isWanted);
+    require(url.empty() || json::parse(bytes).dump().find(json(url).dump()) != std::string::npos,
+            "what is chosen stands in the listing");
+}
+
+void fuzzResultPages(std::string_view bytes) {
+    std::vector<SearchHit> hits = parseDuckDuckGo(bytes);
+    std::vector<SearchHit> more = parseBing(bytes);
+    require(hits.size() <= 6 && more.size() <= 6, "a page gives at most six hits");
+    mergeHits(hits, std::move(more));
+    for (const SearchHit& hit : hits)
+        require(isHttpUrl(hit.url) && !hit.title.empty(), "a hit has a title and leads to the web");
+    (void)hitsText(hits);
+    require(percentDecode(formEncode(bytes)) == bytes, "what is encoded can be decoded");
+    (void)percentDecode(bytes);
+    (void)base64UrlDecode(bytes);
+}
+
+void fuzzSettings(std::string_view bytes) {
+    static const std::string defaults = Settings().toJson();
+    Settings settings;
+    settings.fromJson(std::string(bytes));
+    require(settings.modelIndex >= 0 && settings.modelIndex <= 2, "the model is one of three");
+    const std::string saved = settings.toJson();
+    if (!json::accept(bytes)) require(saved == defaults, "a broken file changes nothing");
+    require(json::parse(saved).size() == json::parse(defaults).size(), "exactly every setting is saved");
+    Settings again;
+    again.fromJson(saved);
+    require(again.toJson() == saved && again.locLat == settings.locLat, "what was saved loads as the same");
+}
+
+void fuzzText(std::string_view bytes) {
+    const std::string text = repairUtf8(std::string(bytes));
+    require(isUtf8(text) && text.size() <= 3 * bytes.size(), "repaired text is UTF-8");
+    const size_t limit = text.size() / 2;
+    const std::string kept = cutUtf8(text, limit);
+    require(kept.size() <= limit && kept.size() + 4 > limit && isUtf8(kept), "a cut splits no character");
+    (void)cutUtf8(std::string(bytes), limit);
+    require(isUtf8(std::string(cutToUnits(text, limit))), "a cut by units splits no character");
+
+    const std::string stripped = stripEmoji(text);
+    require(isUtf8(stripped) && stripEmoji(stripped) == stripped, "symbols are stripped whole and at once");
+    const auto sentencesOf = [](const std::vector<std::string_view>& pieces) {
+        Texts heard;
+        SentenceStream stream([&](const std::string& sentence) { heard.push_back(sentence); });
+        for (const std::string_view piece : pieces)
+            stream.feed(std::string(piece));
+        stream.flush();
+        return heard;
+    };
+    const Texts sentences = sentencesOf({bytes});
+    require(sentencesOf(cut(bytes)) == sentences, "the cuts don't change the sentences");
+    for (const std::string& sentence : sentences)
+        require(!sentence.empty() && trimmed(sentence) == sentence, "a sentence has no blanks around it");
+}
+
+void fuzzTranscript(std::string_view bytes) {
+    const std::string input(bytes);
+    const json quoted = {{"text", input}};
+    for (const std::string& body : {input, quoted.dump(-1, ' ', false, json::error_handler_t::replace)}) {
+        const std::string text = cleanTranscript(body);
+        require(isUtf8(text) && trimmed(text) == text, "a sentence is trimmed UTF-8");
+        require(text.empty() || text.front() != '*', "a note is no sentence");
+        require(cleanTranscript(json({{"text", text}}).dump()) == text, "a clean sentence stays as it is");
+    }
+    std::string command = "untouched";
+    const bool isNamed = extractCommand(input, command);
+    require(isNamed ? input.ends_with(command) : command == "untouched", "a command is the text's end");
+    require(!isNamed || command.find_first_of(" ,.!?-") != 0, "a command begins with a word");
+}
+
+void fuzzWeather(std::string_view bytes) {
+    const std::string input(bytes);
+    try {
+        const std::string text = forecastText(input, "here");
+        require(text.empty() || text.starts_with("Weather for here (source: Open-Meteo)."), "it is named");
+    } catch (const json::exception&) {  // values of a wrong type, which the caller handles
+    }
+    try {
+        Place found;
+        (void)choosePlace(input, "Dallas, Texas", found);
+    } catch (const json::exception&) {
+    }
+    (void)weatherPlace(input);
+    (void)searchQuery(input, 2026);
+    require(linkedUrls(input).size() <= 2, "at most two addresses are read");
+}
+
+struct Target {
+    const char* name;
+    void (*run)(std::string_view bytes);
+};
+constexpr Target targets[] = {
+    {"FuzzChatStream", fuzzChatStream},
+    {"FuzzHeadModel", fuzzHeadModel},
+    {"FuzzHtml", fuzzHtml},
+    {"FuzzMemory", fuzzMemory},
+    {"FuzzPeople", fuzzPeople},
+    {"FuzzPicture", fuzzPicture},
+    {"FuzzRecogniserJson", fuzzRecogniserJson},
+    {"FuzzRecording", fuzzRecording},
+    {"FuzzReleaseListing", fuzzReleaseListing},
+    {"FuzzResultPages", fuzzResultPages},
+    {"FuzzSettings", fuzzSettings},
+    {"FuzzText", fuzzText},
+    {"FuzzTranscript", fuzzTranscript},
+    {"FuzzWeather", fuzzWeather},
+};
+const Target* chosen = nullptr;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    const char* name = std::getenv("FUZZ_TARGET");
+    for (const Target& target : targets) {
+        if (name != nullptr && std::string_view(target.name) == name) chosen = &target;
+    }
+    require(chosen != nullptr, "FUZZ_TARGET names a target");
+    // What is logged must not fill the disk.
+    return setenv("VELU_HOME", "/dev/null/none", 1);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    chosen->run({reinterpret_cast<const char*>(data), size});
+    return 0;
+}
