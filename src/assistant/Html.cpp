@@ -16,18 +16,18 @@ char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-/// Whether `text` begins with `prefix`, which is in small letters, in any case.
+/// Returns whether `text` begins with `prefix`, ignoring case. `prefix` is in lower case.
 bool startsWith(std::string_view text, std::string_view prefix) {
     return text.size() >= prefix.size() && lower(text.front()) == prefix.front() &&
            std::equal(prefix.begin(), prefix.end(), text.begin(),
                       [](char a, char b) { return a == lower(b); });
 }
 
-// What is in these elements is never the page's content.
+// These elements never hold the page's content.
 constexpr std::string_view droppedElements[] = {"script", "style",  "noscript", "svg",
                                                 "nav",    "footer", "header",   "form"};
 
-/// The dropped element that begins at this "<", or an empty text.
+/// Returns the name of the dropped element that begins at this "<"; empty when none does.
 std::string_view droppedElementAt(std::string_view tag) {
     tag.remove_prefix(1);
     const char first = tag.empty() ? '\0' : lower(tag.front());
@@ -40,13 +40,13 @@ std::string_view droppedElementAt(std::string_view tag) {
     return {};
 }
 
-/// The position behind the next ">" from `at`, the end if there is none.
+/// Returns the position after the next ">" from `at`, or the end.
 size_t behindTag(std::string_view html, size_t at) {
     const size_t end = html.find('>', at);
     return end == npos ? html.size() : end + 1;
 }
 
-/// The position behind the element's first closing tag, the end if there is none. Nesting isn't followed.
+/// Returns the position after the element's first closing tag, or the end. Nesting is ignored.
 size_t behindElement(std::string_view html, size_t at, std::string_view name) {
     for (at = html.find('<', at + 1); at != npos; at = html.find('<', at + 1)) {
         const std::string_view tag = html.substr(at + 1);
@@ -57,7 +57,7 @@ size_t behindElement(std::string_view html, size_t at, std::string_view name) {
     return html.size();
 }
 
-/// Whether the tag that begins at this "<" ends a line: p, br, div, li, all that begin with h, tr, and the
+/// Returns whether the tag that begins at this "<" ends a line: p, br, div, li, tr, h and more, and the
 /// closing ones of p, div and h. A prefix is enough.
 bool isBlockTag(std::string_view tag) {
     tag.remove_prefix(1);
@@ -161,14 +161,14 @@ void appendUtf8(std::string& out, uint64_t code) {
     }
 }
 
-/// Whether a reference may begin with this behind its "&".
+/// Returns whether a reference may begin with this character after its "&".
 bool beginsReference(char c) {
     if (c < 'a' || c > 'z') return c == '#';
     return std::any_of(std::begin(namedEntities), std::end(namedEntities),
                        [c](const NamedEntity& entity) { return entity.name.front() == c; });
 }
 
-/// Appends what the reference of this name stands for; false, and nothing appended, when it isn't one.
+/// Appends the meaning of the reference with this name. Returns false and appends nothing for an unknown one.
 bool appendMeaning(std::string& out, std::string_view name) {
     if (name.empty()) return false;
     if (name.front() != '#') {
@@ -195,8 +195,8 @@ std::string decodeEntities(std::string_view text) {
     constexpr size_t longestReference = 10;  // bytes from the "&" to its ";"
     std::string out;
     out.reserve(text.size());
-    size_t copied = 0;     // what stands before this is in `out`
-    size_t semicolon = 0;  // the next one behind `at`; looked for only once
+    size_t copied = 0;     // everything before this is in `out`
+    size_t semicolon = 0;  // the next one after `at`; searched only once
     for (size_t at = 0; (at = text.find('&', at)) != npos;) {
         if (semicolon <= at) semicolon = text.find(';', at);
         if (semicolon == npos) break;

@@ -22,7 +22,7 @@ std::string PageReader::read(const std::string& url, CancelFlag* cancel, const s
     request.receiveTimeoutMs = 15000;
     request.cancel = cancel;
     request.startsCancelled = false;
-    // A link may lead to a film or a radio station: what lies behind the cap isn't fetched.
+    // A link may lead to a film or a radio stream: nothing is fetched beyond the cap.
     std::string body;
     request.onData = [&body](const char* bytes, size_t count) {
         body.append(bytes, count);
@@ -36,6 +36,6 @@ std::string PageReader::read(const std::string& url, CancelFlag* cancel, const s
     }
     const std::string text = htmlToText(body);
     if (text.size() < leastText) return "The page had no readable text.";
-    // Repaired before the choice: repairing makes a text longer.
+    // Repair comes first because it makes a text longer.
     return selectPassages(repairUtf8(text), question, excerptBytes);
 }

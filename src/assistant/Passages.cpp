@@ -14,7 +14,7 @@ constexpr size_t shortestLine = 26;
 constexpr size_t shortestKeyword = 4;
 constexpr size_t leadingLines = 3;  // they tell what the page is about
 
-/// The words of a question, ready to be looked for in many lines. A word that is said twice counts twice.
+/// The words of a question, indexed for a search in many lines. A repeated word counts each time.
 class Keywords {
 public:
     explicit Keywords(std::string_view question) {
@@ -33,7 +33,7 @@ public:
         endWord();
     }
 
-    /// How many of the words the line, in small letters, holds anywhere.
+    /// Returns how many of the words the line, in lower case, holds anywhere.
     int countIn(const std::string& line) {
         ++lineNumber;
         int count = 0;
@@ -56,7 +56,7 @@ private:
     struct Keyword {
         std::string word;
         int times = 0;
-        size_t lastLine = 0;  ///< the last one in which it was found
+        size_t lastLine = 0;  ///< number of the last line that holds it
     };
 
     void add(const std::string& word) {

@@ -11,13 +11,13 @@ constexpr size_t npos = std::string_view::npos;
 constexpr size_t mostHits = 6;
 constexpr std::string_view hrefMarker = "href=\"";
 
-/// Looks for one marker, ever further on; what was found once isn't looked for again, and neither is what
-/// isn't there.
+/// Searches for one marker from ever later positions. It remembers the last result, so the page is read only
+/// once.
 class MarkerSearch {
 public:
     MarkerSearch(std::string_view html, std::string_view marker) : html(html), marker(marker) {}
 
-    /// The marker's first position at or behind `from`, which never goes back.
+    /// Returns the marker's first position at or after `from`, which never decreases.
     size_t next(size_t from) {
         if (!searched || (found != npos && found < from)) found = html.find(marker, from);
         searched = true;
@@ -31,8 +31,8 @@ private:
     bool searched = false;
 };
 
-/// The text between the first ">" at or behind `from` and `endMarker`, or the end of `html`. `end` gets where
-/// it ends.
+/// Returns the text between the first ">" at or after `from` and `endMarker`, or the end of `html`. `end`
+/// becomes the position of its end.
 std::string innerText(std::string_view html, size_t from, std::string_view endMarker, size_t& end) {
     end = html.size();
     const size_t open = html.find('>', from);
@@ -41,24 +41,24 @@ std::string innerText(std::string_view html, size_t from, std::string_view endMa
     return htmlToText(html.substr(open + 1, end - open - 1));
 }
 
-/// What stands from `at` to the next `stop`, or to the end.
+/// Returns the text from `at` to the next `stop`, or to the end.
 std::string_view upTo(std::string_view text, size_t at, char stop) {
     return text.substr(at, std::min(text.find(stop, at), text.size()) - at);
 }
 
-/// The address of the link whose tag holds the marker; empty when it has none near.
+/// Returns the address of the link whose tag holds the marker; empty when there is none near it.
 std::string linkAddress(std::string_view html, size_t tagStart, size_t marker) {
-    constexpr size_t reach = 400;  // bytes behind the marker in which the address still belongs to this link
+    constexpr size_t reach = 400;  // bytes after the marker in which an address still belongs to this link
     const std::string_view near = html.substr(0, std::min(html.size(), marker + reach + hrefMarker.size()));
     const size_t href = near.find(hrefMarker, tagStart);
     if (href == npos || href >= marker + reach) return {};
-    // No address that can be asked for is longer; several markers may lie near one that is.
+    // The HTTP client refuses longer addresses. Without a limit, each marker near one would cost its length.
     constexpr size_t longest = 8192;
     const std::string_view address = html.substr(href + hrefMarker.size(), longest);
     return address.find('"') == npos ? std::string() : std::string(upTo(address, 0, '"'));
 }
 
-/// The target of DuckDuckGo's redirect, or the address itself.
+/// Returns the target of DuckDuckGo's redirect, or the address itself.
 std::string unwrapDuckDuckGo(const std::string& url) {
     constexpr std::string_view target = "uddg=";
     if (const size_t at = url.find(target); at != std::string::npos) {
@@ -79,7 +79,7 @@ std::string withPlainAmpersands(std::string_view text) {
     return out;
 }
 
-/// The target of Bing's redirect, or the address itself.
+/// Returns the target of Bing's redirect, or the address itself.
 std::string unwrapBing(std::string_view link) {
     const std::string url = withPlainAmpersands(link);
     size_t at = url.find("&u=a1");

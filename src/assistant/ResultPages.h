@@ -11,9 +11,9 @@ struct SearchHit {
     std::string snippet;  ///< plain text; may be empty
 };
 
-// The result pages of the two engines, read by a few markers in their HTML. At most 6 hits each, in page
-// order; a page whose markers have changed gives none. Time is proportional to the page's length, whatever it
-// holds. Threads: any.
+// Reading the result pages of the two engines by a few markers in their HTML: at most 6 hits each, in page
+// order, and none when the markers have changed. Time is proportional to the page's length, whatever it
+// holds. Threads: everything here may be called from any thread.
 
 std::vector<SearchHit> parseDuckDuckGo(std::string_view html);
 std::vector<SearchHit> parseBing(std::string_view html);

@@ -3,8 +3,8 @@
 #include <functional>
 #include <string>
 
-/// Cuts a reply into sentences while it is still being written, and hands each on, ready to be spoken and
-/// shown. Threads: one; the callback runs inside the call.
+/// Cuts a reply into sentences while it is still being written, and passes each to a callback, ready to be
+/// spoken and shown. Threads: one; the callback runs inside the call.
 class SentenceStream {
 public:
     explicit SentenceStream(std::function<void(const std::string&)> receiver)
@@ -12,10 +12,10 @@ public:
 
     /// Takes the next piece of the reply. A sentence ends at a full stop, exclamation mark, question mark or
     /// line feed that a blank or line feed follows and that isn't among its first 12 bytes: a decimal point
-    /// is no end, and a short opening stays joined to what comes behind it.
+    /// is no end, and a short opening stays joined to the next sentence.
     void feed(const std::string& delta);
 
-    /// The reply has ended: hands on what is left, whatever its length.
+    /// Ends the reply: passes on the rest, whatever its length.
     void flush();
 
 private:
@@ -26,6 +26,6 @@ private:
     std::function<void(const std::string&)> onSentence;
 };
 
-/// The text without emoji, symbols, arrows and variation selectors, which a voice would read out by name.
+/// Returns the text without emoji, symbols, arrows and variation selectors: a voice would read their names.
 /// Dashes and curly quotes stay.
 std::string stripEmoji(const std::string& text);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// What the system prompt is made of. Texts are UTF-8; an empty one leaves its line out.
+/// The variable parts of the system prompt, in UTF-8. An empty text leaves its line out.
 struct PromptContext {
     std::tm now{};     ///< local time
     std::string seen;  ///< what the camera sees
@@ -13,6 +13,6 @@ struct PromptContext {
     std::vector<std::string> facts;  ///< oldest first
 };
 
-/// The "system" message of every request: who the companion is, how it must talk, when it must look things
+/// Returns the "system" message of every request: who the companion is, how it talks, when it looks things
 /// up, and what it knows of the user and the room. Each line ends in a line feed. Can't fail.
 std::string systemPrompt(const PromptContext& context);

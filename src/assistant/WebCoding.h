@@ -3,14 +3,14 @@
 #include <string>
 #include <string_view>
 
-// How text travels in addresses. Threads: any.
+// The encodings of text in addresses. Threads: everything here may be called from any thread.
 
-/// Form encoding of a query value: ASCII letters, digits and "-._~" stay, a blank becomes "+", the rest
+/// Encodes a query value: ASCII letters, digits and "-._~" stay, a space becomes "+", everything else
 /// "%XX".
 std::string formEncode(std::string_view text);
 
-/// The reverse. A "%" without two hex digits behind it stays.
+/// Decodes "%XX" and "+". A "%" without two hex digits is kept as is.
 std::string percentDecode(std::string_view text);
 
-/// Base64 with the URL-safe or the standard alphabet; any other byte, padding included, is skipped.
+/// Decodes Base64 of the URL-safe or the standard alphabet; any other byte, padding included, is skipped.
 std::string base64UrlDecode(std::string_view text);

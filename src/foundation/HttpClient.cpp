@@ -38,7 +38,7 @@ using Multi = std::unique_ptr<CURLM, MultiCleanup>;
 using Url = std::unique_ptr<CURLU, UrlCleanup>;
 using List = std::unique_ptr<curl_slist, ListCleanup>;
 
-/// The named part of a parsed URL; empty when it has none.
+/// Returns the named part of a parsed URL; empty when it has none.
 std::string urlPart(CURLU* url, CURLUPart part) {
     char* text = nullptr;
     if (curl_url_get(url, part, &text, 0) != CURLUE_OK) return {};
@@ -47,11 +47,11 @@ std::string urlPart(CURLU* url, CURLUPart part) {
     return result;
 }
 
-/// The parsed URL, or null for anything but a whole http or https URL of bearable length.
+/// Returns the parsed URL, or null for anything but a whole http or https URL of allowed length.
 Url parseUrl(const std::string& text) {
     Url url(curl_url());
     if (!url || text.find("://") == std::string::npos) return nullptr;
-    // Blanks and letters beyond ASCII are escaped, as browsers do; what is escaped already stays as it is.
+    // Blanks and letters beyond ASCII are escaped, as browsers do; existing escapes stay as they are.
     if (curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_URLENCODE) != CURLUE_OK) return nullptr;
     const std::string scheme = urlPart(url.get(), CURLUPART_SCHEME);
     if (scheme != "http" && scheme != "https") return nullptr;
@@ -91,13 +91,13 @@ List headerList(const HttpRequest& request) {
     }
     if (!hasHeader(request, "accept")) append("Accept: */*");
     if (request.rangeStart != 0) append("Range: bytes=" + std::to_string(request.rangeStart) + "-");
-    // Two lines that the library would add by itself.
+    // Two headers that the library would add by itself.
     if (!hasHeader(request, "content-type")) append("Content-Type:");
     if (!hasHeader(request, "expect")) append("Expect:");
     return list;
 }
 
-/// "bytes 100-199/200" gives 100.
+/// Returns the first byte: 100 for "bytes 100-199/200".
 std::optional<uint64_t> contentRangeStart(std::string_view value) {
     const size_t digits = value.find_first_of("0123456789");
     if (digits == std::string_view::npos) return std::nullopt;
@@ -106,7 +106,7 @@ std::optional<uint64_t> contentRangeStart(std::string_view value) {
     return parsed.ec == std::errc() ? std::optional(start) : std::nullopt;
 }
 
-/// One call of `HttpClient::send`: what has come so far, and why it ends.
+/// One call of `HttpClient::send`: the response so far, and the reason for its end.
 class Exchange {
 public:
     explicit Exchange(const HttpRequest& theRequest)
@@ -116,7 +116,7 @@ public:
     HttpResponse run(CURLU* url);
 
 private:
-    /// Calls into C++ from the library, which no exception may cross: it is kept for the caller.
+    /// Runs a callback for the library. No exception may cross it, so the exception is kept for the caller.
     template <typename Call>
     bool guarded(Call call) {
         try {
@@ -135,10 +135,10 @@ private:
 
     [[nodiscard]] bool isCancelled() const { return request.cancel != nullptr && *request.cancel; }
 
-    /// Whether to give up now. A flag that was set before the call is looked at only behind the headers.
+    /// Returns whether to give up now. A flag that was set before the call counts only after the headers.
     [[nodiscard]] bool mustStop() const { return isCancelled() && (!cancelledBefore || headComplete); }
 
-    /// How long the present wait may last.
+    /// Returns how long the current wait may last.
     [[nodiscard]] uint64_t waitLimit() const {
         const int32_t limit = requestSent ? request.receiveTimeoutMs : request.connectTimeoutMs;
         return static_cast<uint64_t>(std::max(limit, 0));
@@ -227,14 +227,14 @@ void Exchange::configure(CURLU* url, curl_slist* headers) {
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, bufferBytes);
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.connectTimeoutMs));
-    // Without it a cancel would wait for the name resolver's thread.
+    // Otherwise a cancel would wait for the name resolver's thread.
     curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(handle, CURLOPT_MAXREDIRS, maxRedirects);
     curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    // A proxy can't reach our own loopback servers, and must not see what is said to them.
+    // A proxy can't reach our own loopback servers, and must not see our requests to them.
     if (isLoopback(url)) curl_easy_setopt(handle, CURLOPT_PROXY, "");
     if (!hasHeader(request, "accept-encoding"))
         curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
@@ -265,7 +265,7 @@ void Exchange::configure(CURLU* url, curl_slist* headers) {
             return exchange->guarded([&] { return exchange->onBody(bytes, count); }) ? count
                                                                                      : CURL_WRITEFUNC_ERROR;
         });
-    // Only here can be seen how far the sending is, which decides which time-out holds.
+    // Only this callback tells how much was sent, which decides which time-out applies.
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(handle, CURLOPT_XFERINFODATA, this);
     curl_easy_setopt(
@@ -314,7 +314,7 @@ void Exchange::perform() {
         }
         if (mustStop()) break;
         if (!requestSent) {
-            // The library marks the moment in which it begins to wait for the response.
+            // The library logs this when it begins to wait for the response.
             curl_off_t sent = 0;
             curl_easy_getinfo(easy.get(), CURLINFO_PRETRANSFER_TIME_T, &sent);
             const bool connected = sent > 0;
@@ -350,7 +350,7 @@ HttpResponse Exchange::run(CURLU* url) {
 }  // namespace
 
 HttpResponse HttpClient::send(const std::string& url, const HttpRequest& request) {
-    // The library's own start isn't safe from two threads at once.
+    // The library's initialisation isn't thread-safe.
     static const bool started = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
     if (!started) return {0, {}, "connect failed"};
     const Url parsed = parseUrl(url);

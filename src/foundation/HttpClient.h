@@ -9,11 +9,11 @@
 
 #include "foundation/Callbacks.h"
 
-/// What is known of a response when its headers have come.
+/// The part of a response that its headers tell.
 struct HttpResponseHead {
     int32_t status = 0;
     std::optional<uint64_t> rangeStart;  ///< first byte that a Content-Range names
-    std::optional<uint64_t> bodyBytes;   ///< that will come, when declared; not known of a packed body
+    std::optional<uint64_t> bodyBytes;   ///< size of the body, when declared; unknown for a compressed one
 };
 
 /// One request. Headers are sent in list order.
@@ -46,8 +46,8 @@ struct HttpResponse {
     std::string error;   ///< empty when the exchange ran to its end
 };
 
-/// The one road out of the process. It keeps nothing between calls, doesn't retry, doesn't log and throws
-/// nothing but what a callback threw.
+/// Sends HTTP requests. It keeps no state between calls, doesn't retry, doesn't log and throws nothing but
+/// what a callback threw.
 class HttpClient {
 public:
     /// Blocks until the exchange has ended. Redirects are followed; an error status is no error here, and its
@@ -55,12 +55,12 @@ public:
     ///
     /// `error` is one of: "bad url"; "connect failed" (no memory for a connection); "request failed (N)" with
     /// libcurl's number when no response came; "read failed" when the response broke before its first byte;
-    /// "cancelled"; "aborted" when a callback returned false. A response that breaks later is not told as an
-    /// error: a caller that must have all of it compares what came with the declared length.
+    /// "cancelled"; "aborted" when a callback returned false. A response that breaks later is no
+    /// error: a caller that must have all of it compares its size with the declared length.
     ///
     /// A cancel flag that turns true while the call waits ends it within 100 ms. One that was true from the
-    /// start lets the request go out and is first looked at when the response's headers have come, unless the
-    /// request says otherwise.
+    /// start lets the request go out and is first checked when the response's headers have come, unless
+    /// `startsCancelled` is false.
     ///
     /// Threads: any, any number at once. The callbacks run on the calling thread, inside the call: for each
     /// chunk `onData` (or the collection), then `onProgress`. Chunks are at most 65536 bytes and follow the

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t smallBlocks = 1 << 20;
 thread_local size_t largestBlock = smallBlocks;
 
-// New blocks are zeros: the decoder reads tables and pixels that a broken file hasn't brought.
+// New blocks are zeros: the decoder reads tables and pixels that are missing in a broken file.
 void* newBlock(size_t size) {
     return size <= largestBlock ? std::calloc(1, size) : nullptr;
 }
@@ -23,7 +23,7 @@ void* resizeBlock(void* block, size_t size) {
 
 }  // namespace
 
-// The decoder is compiled in for these bounds.
+// The decoder is compiled here so that it uses these functions.
 #define STBI_MALLOC(size) newBlock(size)
 #define STBI_REALLOC(block, size) resizeBlock(block, size)
 #define STBI_FREE(block) std::free(block)
@@ -38,10 +38,10 @@ const stbi_uc* dataOf(std::string_view bytes) {
     return reinterpret_cast<const stbi_uc*>(bytes.data());
 }
 
-/// Whether it is none of the files that make the decoder, up to 2.27, leave its memory.
+/// Returns whether the decoder, up to 2.27, is safe from this file.
 bool isHarmless(std::string_view bytes) {
     if (bytes.starts_with('\xFF')) return areJpegTablesSound(bytes);
-    // A plain bitmap (PGM, PPM) with 16 bits is read as if each took twice the room that it has.
+    // The decoder reads twice the bytes that a 16-bit PGM or PPM file has.
     return !bytes.starts_with('P') ||
            stbi_is_16_bit_from_memory(dataOf(bytes), static_cast<int>(bytes.size())) == 0;
 }
@@ -70,7 +70,7 @@ bool decodeImage(std::string_view bytes, Image& image) {
     const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> decoded(
         stbi_load_from_memory(dataOf(bytes), static_cast<int>(bytes.size()), &width, &height, &channels, 4),
         &stbi_image_free);
-    // A file may say one size to those who ask and come in another.
+    // The decoded size may differ from the declared one.
     if (!decoded || static_cast<size_t>(width) * static_cast<size_t>(height) > pixels) return false;
     image.width = width;
     image.height = height;

@@ -7,7 +7,7 @@ namespace {
 
 constexpr int tableMarker = 0xC4;
 
-/// The file's bytes; behind its end there are zeros, as the decoder takes it.
+/// The file's bytes, followed by zeros, as the decoder sees them.
 struct Bytes {
     std::string_view text;
 
@@ -17,7 +17,7 @@ struct Bytes {
     [[nodiscard]] int pairAt(size_t place) const { return at(place) << 8 | at(place + 1); }
 };
 
-/// Whether the tables in the segment are sound whose length stands at `place`.
+/// Returns whether the tables are sound in the segment whose length stands at `place`.
 bool isSegmentSound(const Bytes& bytes, size_t place) {
     int left = bytes.pairAt(place) - 2;
     place += 2;
@@ -37,9 +37,9 @@ bool isSegmentSound(const Bytes& bytes, size_t place) {
 bool areJpegTablesSound(std::string_view text) {
     constexpr int end = 0xD9;
     const Bytes bytes{text};
-    // The decoder's own way from marker to marker: what lies in a segment, such as a small picture in the
-    // camera's notes, isn't looked at, nor what stands behind the end. Where it gives up earlier, all the
-    // better.
+    // The search goes from marker to marker as the decoder does. It skips what lies inside a segment, such as
+    // the camera's preview picture, and what follows the end marker. The decoder may give up earlier, which
+    // is harmless.
     for (size_t place = text.find('\xFF'); place < text.size(); place = text.find('\xFF', place)) {
         while (bytes.at(place) == 0xFF)
             ++place;

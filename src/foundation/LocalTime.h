@@ -3,5 +3,5 @@
 #include <ctime>
 #include <string>
 
-/// A local time by a strftime pattern, with English names whatever the desktop's language. Threads: any.
+/// Formats a local time by a strftime pattern, with English names whatever the locale. Threads: any.
 std::string formatTime(const std::tm& time, const char* pattern);

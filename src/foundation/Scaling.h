@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// `value * numerator / denominator` in 64 bits, rounded to the nearest, halves away from zero. Sizes of the
+/// Returns `value * numerator / denominator`, rounded to the nearest, halves away from zero. Sizes of the
 /// user interface are given at 96 dots per inch and scaled by `mulDiv(value, dpi, 96)`. `denominator` is
 /// above 0.
 constexpr int32_t mulDiv(int32_t value, int32_t numerator, int32_t denominator) {

@@ -14,7 +14,7 @@ using nlohmann::json;
 
 namespace {
 
-// The one list of keys: loading and saving both walk it, so that a setting can't be forgotten in either.
+// The list of keys. Loading and saving both go through it, so that neither can forget a setting.
 struct Field {
     const char* key;
     std::variant<SharedText Settings::*, std::atomic<double> Settings::*, std::atomic<int32_t> Settings::*,
@@ -85,7 +85,7 @@ void Settings::fromJson(const std::string& bytes) {
     for (const Field& field : fields) {
         std::visit([&](auto member) { read(this->*member, object, field.key); }, field.member);
     }
-    // Three rows; a file from elsewhere may name one that isn't there.
+    // The catalogue has three rows; a foreign file may name a row that doesn't exist.
     if (static_cast<uint32_t>(modelIndex.load()) > 2) modelIndex = 0;
 }
 

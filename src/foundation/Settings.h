@@ -6,9 +6,9 @@
 
 #include "foundation/SharedText.h"
 
-/// The user's record of choices, kept in "settings.json" in the data folder. Everything in it has a default,
-/// so the program runs with no file at all. The record is the truth for a running program; the file is read
-/// only at start.
+/// The user's choices, kept in "settings.json" in the data folder. Everything has a default, so the program
+/// runs without a file. The file is read only at start; from then on the record in memory holds.
+///
 ///
 /// Threads: any. Each field is replaced as a whole; a reader may see a change late.
 class Settings {
@@ -30,7 +30,7 @@ public:
     std::atomic<int32_t> posX = -1;  ///< left edge of the head window on the screen; -1: no position saved
     std::atomic<int32_t> posY = -1;  ///< its top edge; -1: no position saved
 
-    /// The process's one record.
+    /// Returns the process's one record.
     static Settings& instance();
 
     /// Fills the record from the file. No file, broken JSON or anything but an object changes nothing; a key

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-/// A text that is read and replaced whole by several threads.
+/// A text that several threads read and replace whole.
 /// Threads: any.
 class SharedText {
 public:

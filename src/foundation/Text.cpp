@@ -6,7 +6,7 @@
 namespace {
 
 struct Sequence {
-    size_t length;  ///< bytes that belong together: a whole character, or the longest prefix of one
+    size_t length;  ///< bytes of a whole character, or of the longest prefix of one
     bool valid;
 };
 
@@ -65,7 +65,7 @@ bool isInsideCharacter(char byte) {
 std::string cutUtf8(std::string text, size_t maxBytes) {
     if (text.size() <= maxBytes) return text;
     size_t end = maxBytes;
-    // A character has at most three bytes behind its lead byte.
+    // A character has at most three bytes after its lead byte.
     while (end > 0 && maxBytes - end < 4 && isInsideCharacter(text[end]))
         --end;
     text.resize(end);
