@@ -16,7 +16,7 @@ for set in "$@"; do
                           libpocketsphinx-dev pocketsphinx-en-us libgstreamer1.0-dev
                           libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good
                           gstreamer1.0-pipewire python3) ;;
-        test) packages+=(libgtest-dev zlib1g-dev xvfb openbox picom xdotool trayer pulseaudio pulseaudio-utils
+        test) packages+=(libgtest-dev xvfb openbox picom xdotool trayer pulseaudio pulseaudio-utils
                          flite pipewire wireplumber libpipewire-0.3-dev) ;;
         bench) packages+=(curl lynx w3m flite) ;;
         fetch) packages+=(python3-pip unzip curl) ;;

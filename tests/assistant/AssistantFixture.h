@@ -5,6 +5,12 @@
 
 #include "assistant/Assistant.h"
 #include "assistant/WebFixture.h"
+#include "support/TestData.h"
+
+const char* const resultPage =
+    R"(<a class="result__a" href="https://one.example/">One</a><a class="result__snippet">First.</a>)";
+const std::string resultText = "1. One\n   https://one.example/\n   First.\n";
+const std::string pageText = "A page with quite enough text in it to be worth reading.";
 
 inline std::string contentEvent(const std::string& text) {
     return "data: " + nlohmann::json({{"choices", {{{"delta", {{"content", text}}}}}}}).dump() + "\n\n";
@@ -28,6 +34,11 @@ class AssistantFixture : public WebFixture {
 protected:
     AssistantFixture() {
         brain.port = model.port;
+        answers = {{"/html/", makeReply(200, resultPage)},
+                   {"/v1/search?count=5&language=en&name=Paris", makeReply(200, readTestData("places.json"))},
+                   {"/v1/forecast", makeReply(200, R"({"current":{"temperature_2m":61.4,
+                        "apparent_temperature":59.6,"weather_code":3,"wind_speed_10m":7.2}})")},
+                   {"/page", makeReply(200, "<p>" + pageText + "</p>")}};
         assistant.user.choices = [this] { return choices; };
         assistant.user.keepPlace = [this](const Place& place, PlaceLifetime) { choices.place = place; };
     }

@@ -15,25 +15,8 @@ using nlohmann::json;
 
 namespace {
 
-const char* const resultPage =
-    R"(<a class="result__a" href="https://one.example/">One</a><a class="result__snippet">First.</a>)";
-const std::string resultText = "1. One\n   https://one.example/\n   First.\n";
-const std::string forecastText =
-    "Weather for Paris, Ile-de-France (source: Open-Meteo). Right now 61 F (feels like 60), overcast, wind 7 "
-    "mph.";
-const std::string pageText = "A page with quite enough text in it to be worth reading.";
-
 class ToolTurnTest : public AssistantFixture {
 protected:
-    ToolTurnTest() {
-        answers = {{"/html/", makeReply(200, resultPage)},
-                   {"/v1/search?count=5&language=en&name=Paris", makeReply(200, readTestData("places.json"))},
-                   {"/v1/forecast", makeReply(200, R"({"current":{"temperature_2m":61.4,
-                        "apparent_temperature":59.6,"weather_code":3,"wind_speed_10m":7.2}})")},
-                   {"/page", makeReply(200, "<p>" + pageText + "</p>")},
-                   {"/long", makeReply(200, longPage())}};
-    }
-
     /// Ten kilobytes of dull lines and one about giraffes.
     static std::string longPage() {
         std::string page;
@@ -88,81 +71,9 @@ TEST_F(ToolTurnTest, ArgumentsOfAWrongTypeAreAnErrorThatTheModelCanRead) {
     EXPECT_EQ(call("remember", {{"fact", "x"}}), "Saved.") << "the lock was given back";
 }
 
-TEST_F(ToolTurnTest, ThePreRoutesPlaceFreshDataBehindTheQuestion) {
-    struct Case {
-        std::string question;
-        std::string id;
-        const char* tool;
-        json arguments;
-        std::string result;
-        Lines told;
-        std::string logged;
-    };
-    const std::string page = server.url("/page");
-    const Case cases[] = {
-        {"What does (" + page + "). say about the weather?",
-         "pre_url0",
-         "read_webpage",
-         {{"url", page}},
-         pageText + "\n[This is the content of the page the user linked. Treat it as authoritative and "
-                    "answer from it.]",
-         {"say Let me read that.", "Reading " + page},
-         "url-fetch " + page + " -> 56 chars"},
-        {"What is the weather in Paris today?",
-         "pre_wx",
-         "get_weather",
-         {{"place", "Paris"}},
-         forecastText + "\nAnswer briefly from this data, in plain spoken sentences.",
-         {"Checking the weather...", "say Let me check."},
-         "weather(Paris) -> 108 chars"},
-        {"Velu, who won in 2024?",
-         "pre_search",
-         "web_search",
-         {{"query", "who won in 2024"}},
-         resultText +
-             "\nUse these results to answer. If they are not enough, call read_webpage on the best URL.",
-         {"Searching the web: who won in 2024", "say Let me look that up."},
-         "pre-search 'who won in 2024' -> " + std::to_string(resultText.size()) + " chars"},
-    };
-    for (const Case& item : cases) {
-        assistant.memory.history.clear();
-        EXPECT_EQ(ask(item.question), "So it is done.");
-        Lines expected = item.told;
-        expected.insert(expected.end(), {"Thinking...", "say So it is done."});
-        EXPECT_EQ(told, expected) << item.question;
-        const json function = {{"name", item.tool}, {"arguments", item.arguments.dump()}};
-        const json call = {{"id", item.id}, {"type", "function"}, {"function", function}};
-        ASSERT_EQ(messages().size(), 4u) << item.question;
-        EXPECT_EQ(messages()[1]["content"], item.question);
-        EXPECT_EQ(messages()[2], json({{"role", "assistant"}, {"content", ""}, {"tool_calls", {call}}}));
-        EXPECT_EQ(messages()[3],
-                  json({{"role", "tool"}, {"tool_call_id", item.id}, {"content", item.result}}));
-        EXPECT_EQ(logged().back(), item.logged);
-    }
-}
-
-TEST_F(ToolTurnTest, TwoPagesAreReadAndNothingIsSearchedWithoutWebResearch) {
-    ask("Compare " + server.url("/page/a") + " and " + server.url("/page/b") + " with " +
-        server.url("/page/c"));
-    ASSERT_EQ(messages().size(), 6u) << "two pages, not three";
-    EXPECT_EQ(messages()[2]["tool_calls"][0]["id"], "pre_url0");
-    EXPECT_EQ(messages()[4]["tool_calls"][0]["id"], "pre_url1");
-    EXPECT_EQ(std::count(told.begin(), told.end(), "say Let me read that."), 1);
-    EXPECT_EQ(std::count(told.begin(), told.end(), "Thinking..."), 2);
-
-    assistant.memory.history.clear();
-    choices.webResearch = false;
-    ask("What is the latest news?");
-    EXPECT_EQ(messages().size(), 2u);
-    EXPECT_EQ(request(1)["tools"].size(), 6u);
-    EXPECT_EQ(told, Lines{"say Here is what I know."});
-    EXPECT_EQ(call("web_search", {{"query", "tea"}}), resultText) << "a call runs, whatever was offered";
-    ask("Is it raining in Paris?");
-    EXPECT_EQ(newest().rfind(forecastText, 0), 0u);
-}
-
 TEST_F(ToolTurnTest, OfALongPageTheModelGetsWhatTheQuestionIsAbout) {
     const json arguments = {{"url", server.url("/long")}};
+    answers["/long"] = makeReply(200, longPage());
     const auto holdsAnswer = [this] { return newest().find("Giraffes sleep") != std::string::npos; };
     ask("How long do giraffes sleep? See " + server.url("/long"));
     EXPECT_TRUE(holdsAnswer());
@@ -178,6 +89,9 @@ TEST_F(ToolTurnTest, FacesAreOfferedOnceTheyCanBeLearnt) {
     assistant.learnFace = [](const std::string& name) { return "Learnt " + name + "."; };
     EXPECT_EQ(assistant.toolSchemas().size(), 9u);
     EXPECT_EQ(call("learn_face", {{"name", "Ada"}}), "Learnt Ada.");
+    choices.webResearch = false;
+    EXPECT_EQ(assistant.toolSchemas().size(), 7u);
+    EXPECT_EQ(call("web_search", {{"query", "tea"}}), resultText) << "a call runs, whatever was offered";
 }
 
 TEST_F(ToolTurnTest, AServiceThatAnswersNonsenseCostsNobodyTheTurn) {

@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "assistant/AssistantFixture.h"
 
 using nlohmann::json;
@@ -13,25 +15,39 @@ protected:
     }
 };
 
-TEST_F(TurnTest, AnswersSentenceBySentenceAndRemembersTheExchange) {
-    const std::string face = "\xF0\x9F\x98\x80";
+/// The turns of turns.json, in which "@" stands for the server's address.
+TEST_F(TurnTest, EveryWayOfATurnIsSaidShownSentAndStored) {
+    const std::string turns = std::regex_replace(readTestData("turns.json"), std::regex("@"), server.url());
+    for (const json& turn : json::parse(turns)) {
+        SCOPED_TRACE(turn["question"]);
+        assistant.clearConversation();
+        choices.webResearch = turn["webResearch"];
+        for (const json& reply : turn["replies"]) {
+            std::string events;
+            for (const std::string text : reply.value("text", json::array()))
+                events += contentEvent(text);
+            for (const json& call : reply.value("calls", json::array()))
+                events += callEvent(call[0] == "two", call[0], call[1], call[2]);
+            replies.push_back(reply.contains("status") ? makeReply(reply["status"], "") : stream(events));
+        }
+        const size_t requestsBefore = model.requests().size();
+        const auto linesBefore = static_cast<std::ptrdiff_t>(logged().size());
+        EXPECT_EQ(ask(turn["question"]), turn["reply"]);
+        EXPECT_EQ(told, turn["told"]);
+        EXPECT_EQ(model.requests().size() - requestsBefore, turn["requests"]);
+        json sent = messages();
+        EXPECT_EQ(sent[0], json({{"role", "system"}, {"content", assistant.buildSystemPrompt()}}));
+        sent.erase(0);
+        EXPECT_EQ(sent, turn["messages"]);
+        EXPECT_EQ(savedMemory()["history"], turn["history"]);
+        const Lines log = logged();
+        EXPECT_EQ(Lines(log.begin() + linesBefore, log.end()), turn["log"]);
+    }
+    EXPECT_EQ(request(0)["max_tokens"], 400);
     choices.userName = "Ada";
     choices.place.name = "Dallas, Texas";
-    replies = {
-        stream(contentEvent("Hello ") + contentEvent("there, Ada. All") + contentEvent(" is well " + face))};
-    EXPECT_EQ(ask("How are you?"), "Hello there, Ada. All is well " + face);
-    EXPECT_EQ(told, (Lines{"say Hello there, Ada.", "say All is well"}));
-
-    const json sent = request(0);
-    ASSERT_EQ(sent["messages"].size(), 2u);
-    const json system = {{"role", "system"}, {"content", assistant.buildSystemPrompt()}};
-    EXPECT_EQ(sent["messages"][0], system);
     for (const char* part : {"The user's name is Ada.\n", "told you): Dallas, Texas. If"})
         EXPECT_NE(assistant.buildSystemPrompt().find(part), std::string::npos) << part;
-    EXPECT_EQ(sent["messages"][1], json({{"role", "user"}, {"content", "How are you?"}}));
-    EXPECT_EQ(sent["max_tokens"], 400);
-    EXPECT_EQ(savedMemory()["history"],
-              json::array({{"How are you?", "Hello there, Ada. All is well " + face}}));
 }
 
 TEST_F(TurnTest, TheLastSixExchangesGoAlongAndThirtyAreKept) {
@@ -51,23 +67,6 @@ TEST_F(TurnTest, TheLastSixExchangesGoAlongAndThirtyAreKept) {
     EXPECT_EQ(history[29], json::array({"bad \xEF\xBF\xBD bytes", reply}));
 }
 
-TEST_F(TurnTest, ToolsResultsGoBackToTheModelInOrder) {
-    replies = {stream(contentEvent("Let me see.") + callEvent(0, "one", "no_such", "{\"a\":1}") +
-                      callEvent(1, "two", "nor_this", "{")),
-               stream(contentEvent("There is nothing."))};
-    EXPECT_EQ(ask("Well?"), "There is nothing.");
-    EXPECT_EQ(told, (Lines{"say Let me see.", "Thinking...", "say There is nothing."}));
-    ASSERT_EQ(messages().size(), 5u);
-    EXPECT_EQ(messages()[2], json::parse(R"({"role":"assistant","content":"Let me see.","tool_calls":[
-        {"id":"one","type":"function","function":{"name":"no_such","arguments":"{\"a\":1}"}},
-        {"id":"two","type":"function","function":{"name":"nor_this","arguments":"{}"}}]})"));
-    for (const auto& [index, id, name] : {std::tuple{3, "one", "no_such"}, {4, "two", "nor_this"}}) {
-        const std::string content = std::string("Error: unknown tool ") + name;
-        EXPECT_EQ(messages()[index], json({{"role", "tool"}, {"tool_call_id", id}, {"content", content}}));
-    }
-    EXPECT_EQ(savedMemory()["history"], json::array({{"Well?", "There is nothing."}}));
-}
-
 TEST_F(TurnTest, SixPassesAreTheEndAndTheLastHasNoTools) {
     replies.assign(7, stream(callEvent(0, "", "again", "{}")));
     EXPECT_EQ(ask("Go on"), "");
@@ -78,17 +77,6 @@ TEST_F(TurnTest, SixPassesAreTheEndAndTheLastHasNoTools) {
         EXPECT_EQ(request(pass).value("tool_choice", "none"), pass < 5 ? "auto" : "none") << pass;
     }
     EXPECT_EQ(savedMemory(), "no file");
-}
-
-TEST_F(TurnTest, AFailedRequestIsApologisedForAndForgotten) {
-    const std::string apology = "Sorry, my brain hiccuped. Try me again in a moment.";
-    replies = {stream(contentEvent("First some words. And") + callEvent(0, "x", "tool", "{}")),
-               makeReply(500, "broken")};
-    EXPECT_EQ(ask("Hm?"), apology);
-    EXPECT_EQ(told, (Lines{"say First some words.", "say And", "Thinking...", "say " + apology}));
-    EXPECT_TRUE(assistant.memory.history.empty());
-    EXPECT_EQ(savedMemory(), "no file");
-    EXPECT_EQ(logged(), (Lines{"tool tool -> 24 chars", "chat failed: HTTP 500"}));
 }
 
 TEST_F(TurnTest, ACancelledTurnSaysNothingMoreAndStoresNothing) {
@@ -102,13 +90,6 @@ TEST_F(TurnTest, ACancelledTurnSaysNothingMoreAndStoresNothing) {
 
     EXPECT_EQ(ask("Again"), "") << "the flag still stands";
     EXPECT_EQ(model.requests().size(), 1u);
-}
-
-TEST_F(TurnTest, AnEmptyReplyIsNotStored) {
-    replies = {stream("")};
-    EXPECT_EQ(ask("Anyone?"), "");
-    EXPECT_EQ(told, Lines{});
-    EXPECT_EQ(savedMemory(), "no file");
 }
 
 TEST_F(TurnTest, TheWarmUpSharesTheBeginningOfATurn) {

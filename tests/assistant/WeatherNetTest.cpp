@@ -56,12 +56,11 @@ TEST_F(WeatherNet, TheWeatherOfANamedPlace) {
 }
 
 TEST_F(WeatherNet, APlaceThatIsNotFoundIsNamed) {
-    for (const Reply& reply : {makeReply(200, "{\"results\":[]}"), makeReply(200, "{}"),
-                               makeReply(200, "<html>"), makeReply(500, readTestData("places.json"))}) {
+    for (const Reply& reply : {makeReply(200, "{}"), makeReply(500, readTestData("places.json"))}) {
         answers["/v1/search?"] = reply;
         EXPECT_EQ(weather("Atlantis, Sea"), "Couldn't find a place called Atlantis, Sea.");
     }
-    EXPECT_EQ(server.requests().size(), 4u) << "no forecast for it";
+    EXPECT_EQ(server.requests().size(), 2u) << "no forecast for it";
     answers["/v1/search?"] = makeReply(200, R"({"results":[{"name":null}]})");
     EXPECT_THROW(weather("Atlantis"), nlohmann::json::exception);
     endpoints.geocoding = nowhere();

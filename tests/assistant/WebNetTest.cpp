@@ -36,10 +36,9 @@ protected:
 TEST_F(WebNet, AFullFirstPageIsAnswerEnough) {
     answers["/html/"] = page(readTestData("search-duckduckgo.html"));
     EXPECT_EQ(search("harwich tide & \u00FC?"), readTestData("search-harwich.txt"));
-    ASSERT_EQ(server.requests().size(), 1u);
+    EXPECT_EQ(paths(), Lines{"/html/"});
     const Received sent = server.requests().front();
     EXPECT_EQ(sent.method, "POST");
-    EXPECT_EQ(sent.path, "/html/");
     EXPECT_EQ(sent.body, "q=harwich+tide+%26+%C3%BC%3F&kl=us-en");
     EXPECT_EQ(sent.header("Content-Type"), "application/x-www-form-urlencoded");
     EXPECT_EQ(sent.header("Accept-Language"), "en-US,en;q=0.9");
@@ -51,13 +50,10 @@ TEST_F(WebNet, TheSecondEngineFillsUpWithoutRepeating) {
     answers["/search?"] = page(readTestData("search-bing.html"));
     const std::string both = search("harwich tide");
     EXPECT_EQ(both, readTestData("search-both.txt"));
-    ASSERT_EQ(server.requests().size(), 2u);
+    EXPECT_EQ(paths(), (Lines{"/html/", "/search?q=harwich+tide&setlang=en-US"}));
     const Received sent = server.requests().back();
-    EXPECT_EQ(sent.method, "GET");
-    EXPECT_EQ(sent.path, "/search?q=harwich+tide&setlang=en-US");
-    EXPECT_EQ(sent.body, "");
-    EXPECT_EQ(sent.header("Accept-Language"), "en-US,en;q=0.9");
-    EXPECT_EQ(sent.header("Content-Type"), "");
+    EXPECT_EQ(sent.method + sent.body, "GET");
+    EXPECT_EQ(sent.header("Accept-Language") + sent.header("Content-Type"), "en-US,en;q=0.9");
 
     // What the first engine brought stands alone when the second fails.
     answers["/search?"] = makeReply(429, readTestData("search-bing.html"));
@@ -94,9 +90,7 @@ TEST_F(WebNet, FourHitsAreEnoughAndThreeAreNot) {
 
 TEST_F(WebNet, WithBothEnginesDownTheTextSaysSo) {
     EXPECT_EQ(search(""), nothingFound);
-    EXPECT_EQ(paths(), (Lines{"/html/", "/search?q=&setlang=en-US"}))
-        << "an empty query is sent like any other";
-    EXPECT_EQ(server.requests().front().body, "q=&kl=us-en");
+    EXPECT_EQ(paths(), (Lines{"/html/", "/search?q=&setlang=en-US"})) << "an empty query is sent too";
     endpoints = allAt(nowhere());
     EXPECT_EQ(search("tide"), nothingFound);
     EXPECT_EQ(logged().at(4), "bing search failed: status=0 err=request failed (7)");
@@ -104,7 +98,6 @@ TEST_F(WebNet, WithBothEnginesDownTheTextSaysSo) {
 }
 
 TEST_F(WebNet, ACancelledSearchAsksNobodyElse) {
-    answers["/search?"] = page(readTestData("search-bing.html"));
     answers["/html/"].holdHeaders = std::make_shared<Gate>();
     cancelsOnRequest = true;
     EXPECT_EQ(search("tide"), nothingFound);

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <thread>
 
-#include "engines/SmallDisk.h"
 #include "brain/ChatResult.h"
+#include "engines/SmallDisk.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "platform/system.h"

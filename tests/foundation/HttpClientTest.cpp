@@ -1,28 +1,13 @@
 #include "foundation/HttpClient.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstdlib>
 
 #include "support/LoopbackServer.h"
-#include "support/RawListener.h"
+#include "support/TestData.h"
 
 namespace {
-
-std::string gzip(const std::string& text) {
-    z_stream stream{};
-    deflateInit2(&stream, 9, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
-    std::string packed(text.size() + 100, '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-    stream.avail_in = static_cast<uInt>(text.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    deflate(&stream, Z_FINISH);
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    return packed;
-}
 
 void expectHeaders(const Received& received, const Headers& headers) {
     for (const auto& [name, value] : headers)
@@ -36,9 +21,7 @@ TEST(HttpClient, SendsWhatTheRequestSays) {
     request.headers = {{"Content-Type", "application/json"}, {"X-Other", "1"}};
     request.body = std::string("{\"a\":\0}", 7);
     const HttpResponse response = HttpClient::send(server.url("/path?q=a%20b&x=1"), request);
-    EXPECT_EQ(response.status, 200);
-    EXPECT_EQ(response.error, "");
-    EXPECT_EQ(response.body, request.body);
+    EXPECT_EQ(std::tuple(response.status, response.error, response.body), std::tuple(200, "", request.body));
     const Received first = server.requests().at(0);
     EXPECT_EQ(first.method + " " + first.path, "POST /path?q=a%20b&x=1");
     expectHeaders(first, {{"User-Agent", "Mozilla/5.0 (Windows NT 10.0; Win64; x64) Velu/1.0"},
@@ -74,9 +57,7 @@ TEST(HttpClient, RefusesUrlsThatItCannotSplit) {
 TEST(HttpClient, AnErrorStatusIsDeliveredLikeAnyOther) {
     const LoopbackServer server({makeReply(404, "not here"), makeReply(500, "broken")});
     const HttpResponse first = HttpClient::send(server.url("/"), {});
-    EXPECT_EQ(first.status, 404);
-    EXPECT_EQ(first.body, "not here");
-    EXPECT_EQ(first.error, "");
+    EXPECT_EQ(std::tuple(first.status, first.body, first.error), std::tuple(404, "not here", ""));
 
     std::string streamed;
     HttpRequest request;
@@ -85,9 +66,7 @@ TEST(HttpClient, AnErrorStatusIsDeliveredLikeAnyOther) {
         return true;
     };
     const HttpResponse second = HttpClient::send(server.url("/"), request);
-    EXPECT_EQ(second.status, 500);
-    EXPECT_EQ(second.body, "");
-    EXPECT_EQ(streamed, "broken");
+    EXPECT_EQ(std::tuple(second.status, second.body, streamed), std::tuple(500, "", "broken"));
 }
 
 TEST(HttpClient, FollowsRedirectsToTheFinalResponse) {
@@ -115,46 +94,39 @@ TEST(HttpClient, FollowsRedirectsToTheFinalResponse) {
 }
 
 TEST(HttpClient, UnpacksTheBodyUnlessTheCallerAsksForItsEncoding) {
-    const std::string text(100000, 'z');
-    const std::string packed = gzip(text);
+    const std::string packed = readTestData("z.gz");
     Reply reply = makeReply(200, packed);
     reply.headers.emplace_back("Content-Encoding", "gzip");
     const LoopbackServer server({reply, reply});
-    EXPECT_EQ(HttpClient::send(server.url("/"), {}).body, text);
+    EXPECT_EQ(HttpClient::send(server.url("/"), {}).body, std::string(100000, 'z'));
     HttpRequest own;
     own.headers = {{"Accept-Encoding", "gzip"}};
     EXPECT_EQ(HttpClient::send(server.url("/"), own).body, packed);
 }
 
 TEST(HttpClient, CountsProgressFromTheStartOfTheWholeResource) {
-    struct Case {
-        int32_t status;
-        Framing framing;
-        uint64_t rangeStart;
-        uint64_t firstDone;
-        uint64_t lastDone;
-        uint64_t total;
-    };
-    const Case cases[] = {
+    // The status, the framing, where the request starts; the first and the last count of bytes, and their
+    // total.
+    const std::tuple<int32_t, Framing, uint64_t, uint64_t, uint64_t, uint64_t> cases[] = {
         {200, Framing::length, 0, 10, 500, 500},    {206, Framing::length, 1000, 1010, 1500, 1500},
         {200, Framing::length, 1000, 10, 500, 500}, {200, Framing::chunked, 0, 10, 500, 0},
         {200, Framing::untilClose, 0, 10, 500, 0},
     };
-    for (const Case& item : cases) {
-        Reply reply = makeReply(item.status, "");
+    for (const auto& [status, framing, rangeStart, firstDone, lastDone, total] : cases) {
+        Reply reply = makeReply(status, "");
         // A pause keeps the two pieces apart.
         reply.chunks = {{std::string(10, 'a')}, {std::string(490, 'b'), 100}};
-        reply.framing = item.framing;
+        reply.framing = framing;
         const LoopbackServer server({reply});
         std::vector<std::pair<uint64_t, uint64_t>> calls;
         HttpRequest request;
-        request.rangeStart = item.rangeStart;
-        request.onProgress = [&](uint64_t done, uint64_t total) { calls.emplace_back(done, total); };
+        request.rangeStart = rangeStart;
+        request.onProgress = [&](uint64_t done, uint64_t all) { calls.emplace_back(done, all); };
         EXPECT_EQ(HttpClient::send(server.url("/"), request).body.size(), 500u);
         ASSERT_GE(calls.size(), 2u);
-        EXPECT_EQ(calls.front(), std::pair(item.firstDone, item.total));
-        EXPECT_EQ(calls.back(), std::pair(item.lastDone, item.total));
-        EXPECT_EQ(server.requests().at(0).header("Range"), item.rangeStart == 0 ? "" : "bytes=1000-");
+        EXPECT_EQ(calls.front(), std::pair(firstDone, total));
+        EXPECT_EQ(calls.back(), std::pair(lastDone, total));
+        EXPECT_EQ(server.requests().at(0).header("Range"), rangeStart == 0 ? "" : "bytes=1000-");
     }
 }
 

@@ -50,9 +50,9 @@ TEST(HttpFailure, IsToldByWhereTheExchangeBroke) {
         request.receiveTimeoutMs = 500;
         request.rangeStart = item.rangeStart;
         const HttpResponse response = HttpClient::send(listener.url("/"), request);
-        EXPECT_EQ(response.status, item.status) << item.what;
-        EXPECT_EQ(response.error, item.error) << item.what;
-        EXPECT_EQ(response.body, item.body) << item.what;
+        EXPECT_EQ(std::tuple(response.status, response.error, response.body),
+                  std::tuple(item.status, item.error, item.body))
+            << item.what;
     }
     const HttpResponse refused = HttpClient::send("http://127.0.0.1:" + std::to_string(freePort()) + "/", {});
     EXPECT_EQ(refused.error, "request failed (7)");
@@ -99,9 +99,7 @@ TEST(HttpFailure, ACallbackThatRefusesEndsTheCall) {
 
     HttpRequest byHead;
     byHead.onHead = [](const HttpResponseHead&) { return false; };
-    const HttpResponse refused = HttpClient::send(server.url("/"), byHead);
-    EXPECT_EQ(refused.error, "aborted");
-    EXPECT_EQ(refused.body, "");
+    EXPECT_EQ(HttpClient::send(server.url("/"), byHead).error, "aborted");
 
     HttpRequest byThrow;
     byThrow.onData = [](const char*, size_t) -> bool { throw std::runtime_error("no more"); };
@@ -115,41 +113,34 @@ TEST(HttpFailure, AFlagThatWasSetBeforeIsSeenBehindTheHeaders) {
     request.cancel = &cancel;
     for (const int32_t status : {200, 204}) {
         const HttpResponse response = HttpClient::send(server.url("/"), request);
-        EXPECT_EQ(response.error, "cancelled");
-        EXPECT_EQ(response.status, status);
-        EXPECT_EQ(response.body, "");
+        EXPECT_EQ(std::tuple(response.status, response.error, response.body),
+                  std::tuple(status, "cancelled", ""));
     }
     EXPECT_EQ(server.requests().size(), 2u);
-}
-
-/// Milliseconds from the moment in which the flag is set to the end of the call.
-uint64_t cancelDelay(const std::string& url, int32_t status) {
-    std::atomic<bool> cancel = false;
-    HttpRequest request;
-    request.cancel = &cancel;
-    uint64_t setAt = 0;
-    std::thread canceller([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        setAt = tickCount();
-        cancel = true;
-    });
-    const HttpResponse response = HttpClient::send(url, request);
-    const uint64_t endedAt = tickCount();
-    canceller.join();
-    EXPECT_EQ(response.error, "cancelled") << url;
-    EXPECT_EQ(response.status, status);
-    return endedAt - setAt;
 }
 
 TEST(HttpFailure, ACancelEndsEveryWaitWithin100Ms) {
     const RawListener silent;  // connected, but never an answer
     const RawListener stalled = listenerWith({{head + "half"}}, End::keepOpen);
-    const std::pair<std::string, int32_t> cases[] = {{silent.url("/"), 0}, {stalled.url("/"), 200}};
-    for (const auto& [url, status] : cases) {
+    for (const auto& [url, status] : {std::pair{silent.url("/"), 0}, {stalled.url("/"), 200}}) {
         // The best of three, for a machine that is busy with something else.
         uint64_t best = UINT64_MAX;
-        for (int i = 0; i < 3; ++i)
-            best = std::min(best, cancelDelay(url, status));
+        for (int i = 0; i < 3; ++i) {
+            std::atomic<bool> cancel = false;
+            HttpRequest request;
+            request.cancel = &cancel;
+            uint64_t setAt = 0;
+            std::thread canceller([&] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                setAt = tickCount();
+                cancel = true;
+            });
+            const HttpResponse response = HttpClient::send(url, request);
+            const uint64_t endedAt = tickCount();
+            canceller.join();
+            EXPECT_EQ(std::tuple(response.error, response.status), std::tuple("cancelled", status)) << url;
+            best = std::min(best, endedAt - setAt);
+        }
         EXPECT_LE(best, 100u) << url;
     }
 }

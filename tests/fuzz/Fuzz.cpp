@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string_view>
@@ -25,6 +26,7 @@
 #include "hearing/Recording.h"
 #include "hearing/Transcription.h"
 #include "hearing/WakeWord.h"
+#include "platform/linux/recogniser/VoskJson.h"
 #include "presence/HeadModel.h"
 #include "vision/Letterbox.h"
 #include "vision/People.h"
@@ -140,32 +142,41 @@ void fuzzHtml(std::string_view bytes) {
     require(page.size() <= budget ? excerpt == page : excerpt.size() <= budget + 1, "the budget holds");
 }
 
-/// Reads the bytes as a memory file; then each piece of them is a fact and ends an exchange.
+/// What is loaded from a file can be saved and loaded again without a change.
+void requireStable(std::string_view bytes, const std::function<std::string(const std::string&)>& reload) {
+    const std::string saved = reload(std::string(bytes));
+    require(isUtf8(saved) && reload(saved) == saved, "what was saved loads as the same");
+}
+
 void fuzzMemory(std::string_view bytes) {
-    const Memory loaded = Memory::fromJson(std::string(bytes));
-    require(Memory::fromJson(loaded.toJson()).facts == loaded.facts, "facts survive as they are");
+    requireStable(bytes, [](const std::string& file) { return Memory::fromJson(file).toJson(); });
     Memory memory;
-    for (const std::string_view line : cut(bytes)) {
-        memory.facts.emplace_back(line);
-        memory.history.push_back({memory.facts.front(), memory.facts.back()});
-    }
+    for (const std::string_view piece : cut(bytes))
+        memory.facts.emplace_back(piece);
     const Memory again = Memory::fromJson(memory.toJson());
-    require(again.toJson() == memory.toJson() && again.history.size() == memory.history.size(),
-            "all is kept");
+    require(again.facts.size() == memory.facts.size(), "whatever is remembered can be saved");
 }
 
 void fuzzPeople(std::string_view bytes) {
-    size_t skipped = 0;
-    People people;
-    (void)People::fromJson(std::string(bytes), people, skipped);
-    const std::string saved = people.toJson();
-    People again;
-    require(isUtf8(saved) && People::fromJson(saved, again, skipped) && skipped == 0, "nobody is lost");
-    require(again.toJson() == saved, "what was saved loads as the same");
-    for (const Person& person : people.list) {
-        require(people.find(person.name) != nullptr, "a person is found by name");
-        require(!std::isnan(people.mostLike(person.embs.at(0)).similarity), "a likeness is a number");
-    }
+    requireStable(bytes, [](const std::string& file) {
+        size_t skipped = 0;
+        People people;
+        (void)People::fromJson(file, people, skipped);
+        for (const Person& person : people.list)
+            require(!std::isnan(people.mostLike(person.embs.at(0)).similarity), "a likeness is a number");
+        return people.toJson();
+    });
+}
+
+void fuzzSettings(std::string_view bytes) {
+    requireStable(bytes, [](const std::string& file) {
+        Settings settings;
+        settings.fromJson(file);
+        require(settings.modelIndex >= 0 && settings.modelIndex <= 2, "the model is one of three");
+        require(json::accept(file) || settings.toJson() == Settings().toJson(),
+                "a broken file changes nothing");
+        return settings.toJson();
+    });
 }
 
 void fuzzPicture(std::string_view bytes) {
@@ -186,25 +197,20 @@ void fuzzPicture(std::string_view bytes) {
 }
 
 void fuzzRecogniserJson(std::string_view bytes) {
-    (void)heardWakeWord(bytes);
-    std::string words(bytes);
-    std::replace_if(
-        words.begin(), words.end(), [](char byte) { return (byte & 0x80) != 0; }, '?');
-    const auto with = [&](const std::string& text) { return heardWakeWord(json{{"text", text}}.dump()); };
-    require(with(words + " velu") && with("belu " + words), "the name is heard at both ends");
-    if (words.find(' ') == std::string::npos) require(!with("x" + words), "a part of a word is none");
+    (void)heardWakeWord(wordsOfVoskResult(bytes));
+    const json result = {{"text", std::string(bytes) + " velu"}};
+    const std::string text = result.dump(-1, ' ', false, json::error_handler_t::replace);
+    require(heardWakeWord(wordsOfVoskResult(text)), "the name is heard");
 }
 
 void fuzzRecording(std::string_view bytes) {
     Recording recording;
     const RecordingError error = readRecording(std::string(bytes), recording);
-    const size_t found = std::min(bytes.find("data"), bytes.size());
-    const size_t rest = bytes.size() - std::min(bytes.size(), found + 8);
     require((error == RecordingError::tooShort) == (bytes.size() < 44), "too short is too short");
-    require(recording.samples.size() == (error == RecordingError::none ? rest / 2 : 0), "all is taken");
     Recording again;
-    require(readRecording(buildWav(recording.samples), again) == RecordingError::none, "it is readable");
-    require(again.samples == recording.samples && again.mismatch.empty(), "what was written is read");
+    require(readRecording(buildWav(recording.samples), again) == RecordingError::none &&
+                again.samples == recording.samples,
+            "what was written is read");
 }
 
 void fuzzReleaseListing(std::string_view bytes) {
@@ -228,19 +234,6 @@ void fuzzResultPages(std::string_view bytes) {
     require(percentDecode(formEncode(bytes)) == bytes, "what is encoded can be decoded");
     (void)percentDecode(bytes);
     (void)base64UrlDecode(bytes);
-}
-
-void fuzzSettings(std::string_view bytes) {
-    static const std::string defaults = Settings().toJson();
-    Settings settings;
-    settings.fromJson(std::string(bytes));
-    require(settings.modelIndex >= 0 && settings.modelIndex <= 2, "the model is one of three");
-    const std::string saved = settings.toJson();
-    if (!json::accept(bytes)) require(saved == defaults, "a broken file changes nothing");
-    require(json::parse(saved).size() == json::parse(defaults).size(), "exactly every setting is saved");
-    Settings again;
-    again.fromJson(saved);
-    require(again.toJson() == saved && again.locLat == settings.locLat, "what was saved loads as the same");
 }
 
 void fuzzText(std::string_view bytes) {
@@ -269,39 +262,31 @@ void fuzzText(std::string_view bytes) {
 }
 
 void fuzzTranscript(std::string_view bytes) {
-    const std::string input(bytes);
-    const json quoted = {{"text", input}};
-    for (const std::string& body : {input, quoted.dump(-1, ' ', false, json::error_handler_t::replace)}) {
-        const std::string text = cleanTranscript(body);
-        require(isUtf8(text) && trimmed(text) == text, "a sentence is trimmed UTF-8");
-        require(text.empty() || text.front() != '*', "a note is no sentence");
-        require(cleanTranscript(json({{"text", text}}).dump()) == text, "a clean sentence stays as it is");
-    }
-    std::string command = "untouched";
-    const bool isNamed = extractCommand(input, command);
-    require(isNamed ? input.ends_with(command) : command == "untouched", "a command is the text's end");
-    require(!isNamed || command.find_first_of(" ,.!?-") != 0, "a command begins with a word");
+    const std::string text = cleanTranscript(std::string(bytes));
+    require(isUtf8(text) && trimmed(text) == text, "a sentence is trimmed UTF-8");
+    require(cleanTranscript(json({{"text", text}}).dump()) == text, "a clean sentence stays as it is");
+    std::string command;
+    const bool isNamed = extractCommand(std::string(bytes), command);
+    require(isNamed ? bytes.ends_with(command) : command.empty(), "a command is the text's end");
 }
 
+/// Values of a wrong type throw, which the caller handles.
 void fuzzWeather(std::string_view bytes) {
     const std::string input(bytes);
-    try {
-        const std::string text = forecastText(input, "here");
-        require(text.empty() || text.starts_with("Weather for here (source: Open-Meteo)."), "it is named");
-    } catch (const json::exception&) {  // values of a wrong type, which the caller handles
-    }
-    try {
-        Place found;
-        (void)choosePlace(input, "Dallas, Texas", found);
-    } catch (const json::exception&) {
-    }
     (void)weatherPlace(input);
     (void)searchQuery(input, 2026);
     require(linkedUrls(input).size() <= 2, "at most two addresses are read");
+    Place found;
+    try {
+        (void)forecastText(input, "here");
+        (void)choosePlace(input, "Dallas, Texas", found);
+    } catch (const json::exception&) {
+        require(json::accept(input), "only what is JSON has values of a wrong type");
+    }
 }
 
 struct Target {
-    const char* name;
+    std::string_view name;
     void (*run)(std::string_view bytes);
 };
 constexpr Target targets[] = {
@@ -327,7 +312,7 @@ const Target* chosen = nullptr;
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     const char* name = std::getenv("FUZZ_TARGET");
     for (const Target& target : targets) {
-        if (name != nullptr && std::string_view(target.name) == name) chosen = &target;
+        if (name != nullptr && target.name == name) chosen = &target;
     }
     require(chosen != nullptr, "FUZZ_TARGET names a target");
     // What is logged must not fill the disk.

@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <mutex>
 #include <stdexcept>
@@ -16,8 +15,7 @@ using std::chrono::steady_clock;
 
 namespace {
 
-// A gate has no bell: whoever waits for one looks at it this often.
-constexpr milliseconds gatePoll(2);
+constexpr milliseconds pollInterval(2);
 
 std::string chunkOf(const std::string& bytes) {
     char size[32];
@@ -33,20 +31,15 @@ struct LoopbackServer::State {
     Handler handler;  ///< constant after construction
 
     mutable std::mutex mutex;
-    mutable std::condition_variable changed;
     std::vector<Received> requests;  ///< guarded by `mutex`
-    bool isStopping = false;         ///< guarded by `mutex`
+    std::atomic<bool> isStopping = false;
 
-    /// False when the server is stopping.
-    bool wait(int32_t pauseMs, const Gate* gate) {
-        std::unique_lock lock(mutex);
-        auto due = steady_clock::now() + milliseconds(pauseMs);
-        while (!isStopping) {
-            bool isHeld = gate != nullptr && !gate->isOpen();
-            if (!isHeld && steady_clock::now() >= due) return true;
-            changed.wait_until(lock, isHeld ? steady_clock::now() + gatePoll : due);
-        }
-        return false;
+    /// Waits for the time and the gate. Returns false when the server is stopping.
+    bool wait(int32_t pauseMs, const Gate* gate) const {
+        const auto due = steady_clock::now() + milliseconds(pauseMs);
+        while (!isStopping && ((gate != nullptr && !gate->isOpen()) || steady_clock::now() < due))
+            std::this_thread::sleep_for(pollInterval);
+        return !isStopping;
     }
 
     /// Writes the body. The library closes the connection when this returns false.
@@ -72,7 +65,6 @@ struct LoopbackServer::State {
         {
             std::lock_guard lock(mutex);
             requests.push_back(received);
-            changed.notify_all();
         }
         const Reply reply = handler(received);
         wait(0, reply.holdHeaders.get());
@@ -150,11 +142,7 @@ LoopbackServer::LoopbackServer(std::vector<Reply> replies)
           }) {}
 
 LoopbackServer::~LoopbackServer() {
-    {
-        std::lock_guard lock(state->mutex);
-        state->isStopping = true;
-        state->changed.notify_all();
-    }
+    state->isStopping = true;
     state->server.stop();
     state->thread.join();
 }
@@ -169,7 +157,8 @@ std::vector<Received> LoopbackServer::requests() const {
 }
 
 bool LoopbackServer::waitForRequests(size_t count, int32_t timeoutMs) const {
-    std::unique_lock lock(state->mutex);
-    return state->changed.wait_for(lock, milliseconds(timeoutMs),
-                                   [&] { return state->requests.size() >= count; });
+    const auto due = steady_clock::now() + milliseconds(timeoutMs);
+    while (requests().size() < count && steady_clock::now() < due)
+        std::this_thread::sleep_for(pollInterval);
+    return requests().size() >= count;
 }
