@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <nlohmann/json.hpp>
 
 #include "foundation/Endpoints.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
 #include "support/LoopbackServer.h"
+#include "support/TestData.h"
 
 using Lines = std::vector<std::string>;
 
@@ -44,6 +46,38 @@ protected:
     static std::string nowhere() { return LoopbackServer(std::vector<Reply>{}).url(); }
 
     static Endpoints allAt(const std::string& url) { return {"", "", url, url, url, url, url}; }
+
+    /// Runs the rows of a table of web-cases.json: the services' answers, which one is down, the result of
+    /// `call`, the requested paths and the logged lines. A text that is a file's name stands for that file.
+    template <typename Call>
+    void expectCases(const char* table, Call call) {
+        const auto whole = [](const std::string& text) {
+            const bool isFile =
+                text.find('.') != std::string::npos && text.find_first_of(" <{\"") == std::string::npos;
+            return isFile ? readTestData(text) : text;
+        };
+        const std::map<std::string, std::string Endpoints::*> services = {
+            {"duckDuckGo", &Endpoints::duckDuckGo},
+            {"bing", &Endpoints::bing},
+            {"geocoding", &Endpoints::geocoding},
+            {"forecast", &Endpoints::forecast},
+            {"ipLocation", &Endpoints::ipLocation}};
+        const auto cases = nlohmann::json::parse(readTestData("web-cases.json"));
+        for (const auto& row : cases.at(table)) {
+            SCOPED_TRACE(row.dump());
+            for (const auto& [path, reply] : row["answers"].items())
+                answers[path] = makeReply(reply[0], whole(reply[1]));
+            endpoints = allAt(server.url());
+            if (row["down"] != "") endpoints.*services.at(row["down"]) = nowhere();
+            const auto requested = static_cast<std::ptrdiff_t>(paths().size());
+            const auto written = static_cast<std::ptrdiff_t>(logged().size());
+            EXPECT_EQ(call(row), whole(row["result"]));
+            const Lines allPaths = paths();
+            const Lines log = logged();
+            EXPECT_EQ(Lines(allPaths.begin() + requested, allPaths.end()), row["paths"]);
+            EXPECT_EQ(Lines(log.begin() + written, log.end()), row["log"]);
+        }
+    }
 
     std::map<std::string, Reply> answers;  ///< by the beginning of the path
     std::atomic<bool> cancel = false;

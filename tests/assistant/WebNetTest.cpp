@@ -33,68 +33,14 @@ protected:
     }
 };
 
-TEST_F(WebNet, AFullFirstPageIsAnswerEnough) {
-    answers["/html/"] = page(readTestData("search-duckduckgo.html"));
-    EXPECT_EQ(search("harwich tide & \u00FC?"), readTestData("search-harwich.txt"));
-    EXPECT_EQ(paths(), Lines{"/html/"});
-    const Received sent = server.requests().front();
-    EXPECT_EQ(sent.method, "POST");
-    EXPECT_EQ(sent.body, "q=harwich+tide+%26+%C3%BC%3F&kl=us-en");
-    EXPECT_EQ(sent.header("Content-Type"), "application/x-www-form-urlencoded");
-    EXPECT_EQ(sent.header("Accept-Language"), "en-US,en;q=0.9");
-    EXPECT_EQ(logged(), Lines{"search 'harwich tide & \u00FC?' -> 6 hits"});
-}
-
-TEST_F(WebNet, TheSecondEngineFillsUpWithoutRepeating) {
-    answers["/html/"] = page(readTestData("search-duckduckgo-few.html"));
-    answers["/search?"] = page(readTestData("search-bing.html"));
-    const std::string both = search("harwich tide");
-    EXPECT_EQ(both, readTestData("search-both.txt"));
-    EXPECT_EQ(paths(), (Lines{"/html/", "/search?q=harwich+tide&setlang=en-US"}));
-    const Received sent = server.requests().back();
-    EXPECT_EQ(sent.method + sent.body, "GET");
-    EXPECT_EQ(sent.header("Accept-Language") + sent.header("Content-Type"), "en-US,en;q=0.9");
-
-    // What the first engine brought stands alone when the second fails.
-    answers["/search?"] = makeReply(429, readTestData("search-bing.html"));
-    EXPECT_EQ(search("harwich tide"), both.substr(0, both.find("3. ")));
-    EXPECT_EQ(logged(), (Lines{"search 'harwich tide' -> 7 hits",
-                               "bing search failed: status=429 err=", "search 'harwich tide' -> 2 hits"}));
-}
-
-TEST_F(WebNet, AFailingFirstEngineIsReplaced) {
-    const std::string found = "search 'tide' -> 6 hits";
-    answers["/search?"] = page(readTestData("search-bing.html"));
-    const auto findsBings = [this] { return search("tide").rfind("1. Harwich tide tables\n", 0) == 0; };
-    for (const Reply& reply : {makeReply(202, readTestData("search-duckduckgo.html")),
-                               page("<html><body>Are you a robot?</body></html>")}) {
-        answers["/html/"] = reply;
-        EXPECT_TRUE(findsBings());
-    }
-    endpoints.duckDuckGo = nowhere();
-    EXPECT_TRUE(findsBings());
-    EXPECT_EQ(logged(), (Lines{"ddg search failed: status=202 err=", found, found,
-                               "ddg search failed: status=0 err=request failed (7)", found}));
-}
-
-TEST_F(WebNet, FourHitsAreEnoughAndThreeAreNot) {
-    const std::string link = "<a class=\"result__a\" href=\"http://a.example/";
-    std::string html;
-    for (int hits = 1; hits <= 4; ++hits) {
-        html += link + std::to_string(hits) + "\">A</a>";
-        answers["/html/"] = page(html);
-        search("tide");
-        EXPECT_EQ(paths().back(), hits < 4 ? "/search?q=tide&setlang=en-US" : "/html/") << hits;
-    }
-}
-
-TEST_F(WebNet, WithBothEnginesDownTheTextSaysSo) {
-    EXPECT_EQ(search(""), nothingFound);
-    EXPECT_EQ(paths(), (Lines{"/html/", "/search?q=&setlang=en-US"})) << "an empty query is sent too";
-    endpoints = allAt(nowhere());
-    EXPECT_EQ(search("tide"), nothingFound);
-    EXPECT_EQ(logged().at(4), "bing search failed: status=0 err=request failed (7)");
-    EXPECT_EQ(logged().at(5), "search 'tide' -> 0 hits");
+TEST_F(WebNet, TheSecondEngineFillsUpWhatTheFirstLacks) {
+    expectCases("search", [this](const nlohmann::json& row) { return search(row["argument"]); });
+    const std::vector<Received> sent = server.requests();
+    EXPECT_EQ(sent[0].method + " " + sent[0].body, "POST q=harwich+tide+%26+%C3%BC%3F&kl=us-en");
+    EXPECT_EQ(sent[0].header("Content-Type"), "application/x-www-form-urlencoded");
+    EXPECT_EQ(sent[2].method + sent[2].body + sent[2].header("Content-Type"), "GET");
+    for (const Received& request : sent)
+        EXPECT_EQ(request.header("Accept-Language"), "en-US,en;q=0.9");
 }
 
 TEST_F(WebNet, ACancelledSearchAsksNobodyElse) {
