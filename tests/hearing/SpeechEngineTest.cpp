@@ -272,62 +272,47 @@ TEST_F(CudaUpgrade, BeginsOnceAndOnlyWhereItMayHelp) {
     EXPECT_EQ(releases.server.requests().size(), 1U);
 }
 
-TEST_F(CudaUpgrade, AFailureRulesCudaOutUnlessTheNetworkIsToBlame) {
-    const std::tuple<Reply, Reply, const char*, const char*> cases[] = {
-        // listing, archive, end of the log line, reason in the marker
-        {listed, makeReply(404, "gone"), "download failed: 404 ", ""},
-        {releases.listing({"whisper-cuda-12.4.0-bin-arm.tar.gz"}),
-         {},
-         "",
-         "no CUDA 12 build in recent releases"},
-        {listed, makeReply(200, "no archive"), "", "couldn't unpack the CUDA engine"},
-        {listed, makeReply(200, llamaArchive("")), "", "couldn't unpack the CUDA engine"},
-        {listed, packed(R"({"exitAtStart": true})"), "", "CUDA engine didn't start"},
-        {listed, packed(R"({"status": 500})"), "", "CUDA warm-up transcription failed"},
+TEST_F(CudaUpgrade, AFailureRulesCudaOutAndAStopLeavesNoTrace) {
+    Reply held = makeReply(200, "begun");
+    held.chunks.push_back({"never", 0, std::make_shared<Gate>()});
+    const Reply otherCuda = releases.listing({"whisper-cuda-12.4.0-bin-arm.tar.gz"});
+    const char* slow = R"({"delayMs": 60000})";
+    const std::string requests = joinPath(trial, "requests.jsonl");
+    const std::tuple<Reply, Reply, const char*, std::string, std::string> cases[] = {
+        // listing, archive, script of the CPU build, file to stop at, reason in the marker
+        {listed, makeReply(404, "gone"), cpu, "", ""},
+        {otherCuda, {}, cpu, "", "no CUDA 12 build in recent releases"},
+        {listed, makeReply(200, "no archive"), cpu, "", "couldn't unpack the CUDA engine"},
+        {listed, makeReply(200, llamaArchive("")), cpu, "", "couldn't unpack the CUDA engine"},
+        {listed, packed(R"({"exitAtStart": true})"), cpu, "", "CUDA engine didn't start"},
+        {listed, packed(R"({"status": 500})"), cpu, "", "CUDA warm-up transcription failed"},
+        {listed, held, cpu, joinPath(dataFolder(), "whisper-cuda.zip"), ""},
+        {listed, packed(R"({"neverReady": true})"), cpu, joinPath(trial, "last-command.json"), ""},
+        {listed, packed(slow), cpu, requests, ""},
+        {listed, packed(""), slow, requests, ""},
     };
-    for (const auto& [listing, archive, logged, reason] : cases) {
+    for (const auto& [listing, archive, cpuScript, shown, reason] : cases) {
+        SCOPED_TRACE(shown + reason);
         removeFile(cudaMarkerFile());
         removeFolder(speechCudaFolder());
+        removeFolder(speechFolder());
         removeFile(log);
+        install(cpuScript);
         releases.serve(listing, archive);
-        const std::string line = *logged != '\0' ? logged : std::string("upgrade failed: ") + reason;
         SpeechEngine tried(engine.endpoints);
         prepare(tried, true);
         ASSERT_TRUE(start(tried));
-        EXPECT_TRUE(soon([&line] { return isLogged("stt: CUDA " + line); })) << line;
-        EXPECT_EQ(heard(tried, 100), "CPU");
-        stopAndLookRound(tried);
-        EXPECT_EQ(contentOf(cudaMarkerFile()), *reason == '\0' ? "" : std::string(reason) + "\n");
-    }
-}
-
-TEST_F(CudaUpgrade, AStopEndsItAtAnyPointWithoutATrace) {
-    Reply held = makeReply(200, "begun");
-    held.chunks.push_back({"never", 0, std::make_shared<Gate>()});
-    const char* slow = R"({"delayMs": 60000})";
-    const std::tuple<Reply, const char*, std::string> cases[] = {
-        // archive, script of the CPU build, the file that shows that the stage is reached
-        {held, cpu, joinPath(dataFolder(), "whisper-cuda.zip")},
-        {packed(R"({"neverReady": true})"), cpu, joinPath(trial, "last-command.json")},
-        {packed(slow), cpu, joinPath(trial, "requests.jsonl")},
-        {packed(""), slow, joinPath(trial, "requests.jsonl")},
-    };
-    for (const auto& [archive, cpuScript, shown] : cases) {
-        SCOPED_TRACE(shown);
-        removeFolder(speechCudaFolder());
-        removeFolder(speechFolder());
-        install(cpuScript);
-        releases.serve(listed, archive);
-        SpeechEngine stopped(engine.endpoints);
-        prepare(stopped, true);
-        ASSERT_TRUE(start(stopped));
-        std::thread speaker([&] { heard(stopped, 100); });
-        EXPECT_TRUE(soon([&shown = shown] { return std::filesystem::exists(shown); }));
+        std::thread speaker([&] { heard(tried, 100); });
         EXPECT_TRUE(soon([] { return requestsTo(speechFolder()) == 1; }));
-        stopAndLookRound(stopped);
+        const std::string failure = reason.empty() ? "download failed: 404 " : "upgrade failed: " + reason;
+        EXPECT_TRUE(soon([&file = shown, line = "stt: CUDA " + failure] {
+            return file.empty() ? isLogged(line) : isFile(file);
+        }));
+        EXPECT_EQ(tried.port, port);
+        stopAndLookRound(tried);
         speaker.join();
-        EXPECT_FALSE(isFile(cudaMarkerFile()));
-        EXPECT_EQ(contentOf(log).find("stt: CUDA"), std::string::npos);
+        EXPECT_EQ(contentOf(cudaMarkerFile()), reason.empty() ? "" : reason + "\n");
+        EXPECT_EQ(contentOf(log).find("stt: CUDA") == std::string::npos, !shown.empty());
     }
 }
 
