@@ -3,8 +3,8 @@ format is far larger, and not there for every Python."""
 
 import struct
 
-FLOAT, INT8, INT64 = 1, 3, 7
-FORMAT = {FLOAT: "f", INT8: "b", INT64: "q"}
+FLOAT, INT64 = 1, 7
+FORMAT = {FLOAT: "f", INT64: "q"}
 
 
 def varint(value):
@@ -35,9 +35,9 @@ def attribute(name, value):
     return message((1, name), *((number, item) for item in (value if kind == 7 else [value])), (20, kind))
 
 
-def described(name, kind, shape):
+def described(name, shape):
     sizes = [(1, message((2 if isinstance(size, str) else 1, size))) for size in shape]
-    return message((1, name), (2, message((1, message((1, kind), (2, message(*sizes)))))))
+    return message((1, name), (2, message((1, message((1, FLOAT), (2, message(*sizes)))))))
 
 
 class Tensor:
@@ -63,9 +63,9 @@ for sign, name in (("add", "Add"), ("sub", "Sub"), ("mul", "Mul"), ("truediv", "
 class Graph:
     """A network with one input."""
 
-    def __init__(self, shape, kind=FLOAT):
+    def __init__(self, shape):
         self.input = Tensor(self, "input")
-        self.fields = [(2, "velu"), (11, described("input", kind, shape))]
+        self.fields = [(2, "velu"), (11, described("input", shape))]
 
     def constant(self, values, shape=None, kind=FLOAT):
         name = f"t{len(self.fields)}"
@@ -83,9 +83,9 @@ class Graph:
         self.fields.append((1, message(*names, (2, name), (4, operator), *given)))
         return Tensor(self, name)
 
-    def output(self, name, tensor, shape, kind=FLOAT):
+    def output(self, name, tensor, shape):
         self.add("Identity", tensor, name=name)
-        self.fields.append((12, described(name, kind, shape)))
+        self.fields.append((12, described(name, shape)))
 
     def write(self, path):
         graph = message(*sorted(self.fields, key=lambda field: field[0]))

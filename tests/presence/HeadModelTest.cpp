@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
@@ -17,14 +18,11 @@ namespace {
 constexpr const char* invalid = "gltf parse failed";
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
-json testHeads() {
-    return json::parse(readTestData("heads.json"));
-}
+const json testHeads = json::parse(readTestData("heads.json"));
 
 /// Returns the log's last line without the 9 characters of its time.
 std::string loggedLine() {
-    std::string text;
-    EXPECT_TRUE(readWholeFile(joinPath(dataFolder(), "velu.log"), text));
+    const std::string text = dataText("velu.log");
     const size_t start = text.rfind('\n', text.size() - 2) + 1;
     return text.substr(start + 9, text.size() - start - 10);
 }
@@ -59,11 +57,11 @@ TEST(HeadModel, APartComesWithAllThatTheFileSaysAboutIt) {
     ASSERT_TRUE(readHeadModel(path, model));
     EXPECT_EQ(loggedLine(), "model loaded: 1 prims, scale 0.600");
     ASSERT_EQ(model.nodes.size(), 3U);
-    EXPECT_EQ(model.nodes[1].name + model.nodes[2].name, "Top");
     const glm::vec3 places[] = {{8, 2, 3}, {10, 1, 0}, {10, 7, 0}};
-    for (size_t i = 0; i < 3; ++i)
-        EXPECT_LT(glm::distance(glm::vec3(model.nodes[i].world * glm::vec4(1, 0, 0, 1)), places[i]), 1e-5F)
-            << i;
+    for (size_t i = 0; i < 3; ++i) {
+        const glm::mat4& world = model.nodes[i].world;
+        EXPECT_LT(glm::distance(glm::vec3(world[0] + world[3]), places[i]), 1e-5F) << i;
+    }
     ASSERT_EQ(model.parts.size(), 1U);
     const HeadPart& part = model.parts[0];
     EXPECT_EQ(part.indices, (std::vector<uint32_t>{0, 1, 2, 0, 2, 3}));
@@ -72,50 +70,35 @@ TEST(HeadModel, APartComesWithAllThatTheFileSaysAboutIt) {
     EXPECT_EQ(part.vertices[3].normal, glm::vec3(0, 1, 0));
     EXPECT_EQ(part.vertices[1].texture, glm::vec2(1, 1));
     EXPECT_EQ(part.baseColor, glm::vec4(0.5, 0.25, 0.125, 1));
-    EXPECT_EQ(part.nodeIndex, 0);
     ASSERT_EQ(part.image, 0);
     EXPECT_EQ(model.images[0].width, 3);
-    EXPECT_EQ(model.images[0].height, 2);
     EXPECT_EQ(model.images[0].pixels[20], 10);
-    EXPECT_EQ(model.images[0].pixels[23], 40);
 }
 
 TEST(HeadModel, NamesTellTheJawAndTheGlows) {
-    const struct {
-        const char* node;
-        const char* material;
-        bool isJaw;
-        HeadGlow glow;
-    } cases[] = {
-        {"Jaw", "eye glow", true, HeadGlow::none},
-        {"jaw", "Left EyeGlow 1", false, HeadGlow::eye},
-        {"Jaw.001", "EARGLOW", false, HeadGlow::ear},
-        {"EyeGlow", "earglow eyeglow", false, HeadGlow::eye},
-    };
-    for (const auto& [node, material, isJaw, glow] : cases) {
-        const HeadModel model = parsed(GlbFile(GlbQuads{{.node = node, .material = material}}));
-        EXPECT_EQ(model.parts[0].isJaw, isJaw) << node;
-        EXPECT_EQ(model.parts[0].glow, glow) << material;
+    const HeadModel model = parsed(GlbFile(GlbQuads{{.node = "Jaw", .material = "eye glow"},
+                                                    {.node = "jaw", .material = "Left EyeGlow 1"},
+                                                    {.node = "Jaw.001", .material = "EARGLOW"}}));
+    const HeadGlow glows[] = {HeadGlow::none, HeadGlow::eye, HeadGlow::ear};
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(model.parts[i].isJaw, i == 0);
+        EXPECT_EQ(model.parts[i].glow, glows[i]) << i;
     }
 }
 
 TEST(HeadModel, TheSizeComesFromTheMeshesButJawAndMouth) {
-    const std::pair<std::vector<float>, std::pair<float, glm::vec3>> cases[] = {
-        {{1, 1, 1, 5, 3, 1, 1, 1, 1, 1, 1, 2}, {0.3F, {3, 2, 1.5}}},
-        {std::vector<float>(12, 7), {0.6F, {7, 7, 7}}},  // all in one point
-        {{3e38F, -3e38F, 3e38F, 0, 3e38F, 0, 0, 0, 0, -3e38F, 0, 0}, {2e-39F, {0, 0, 1.5e38F}}},
-        {{1e-44F, -1e-44F, 0, 0, 1e-44F, 0, 0, 0, 0, -1e-44F, 0, 0}, {3.402823e38F, {0, 0, 0}}},
+    const std::tuple<std::vector<float>, float, glm::vec3> cases[] = {
+        {{1, 1, 1, 5, 3, 1, 1, 1, 1, 1, 1, 2}, 0.3F, {3, 2, 1.5}},
+        {std::vector<float>(12, 7), 0.6F, {7, 7, 7}},  // all in one point
+        {{3e38F, -3e38F, 3e38F, 0, 3e38F, 0, 0, 0, 0, -3e38F, 0, 0}, 2e-39F, {0, 0, 1.5e38F}},
     };
-    for (const auto& [corners, fit] : cases) {
-        GlbFile file(GlbQuads{{.node = "Jaw", .size = 8}, {.node = "MouthInterior", .size = 8}});
-        EXPECT_EQ(parsed(file).scale, 0.6F);
-        EXPECT_EQ(parsed(file).center, glm::vec3(0));
-        file.addQuad({.translation = {100, 0, 0}});
+    for (const auto& [corners, scale, center] : cases) {
+        GlbFile file(GlbQuads{{.node = "Jaw", .size = 8}, {.node = "MouthInterior", .size = 8}, {}});
         const int accessor = file.addAccessor(5126, "VEC3", 4, bytesOf(corners));
         file.set("/meshes/2/primitives/0/attributes/POSITION", accessor);
-        EXPECT_NEAR(parsed(file).scale / fit.first, 1, 1e-4) << corners[0];
-        EXPECT_LE(glm::distance(parsed(file).center / corners[0], fit.second / corners[0]), 1e-5F)
-            << corners[0];
+        const HeadModel model = parsed(file);
+        EXPECT_NEAR(model.scale / scale, 1, 1e-4) << corners[0];
+        EXPECT_LE(glm::distance(model.center / corners[0], center / corners[0]), 1e-5F) << corners[0];
     }
 }
 
@@ -129,24 +112,24 @@ TEST(HeadModel, AFileThatIsNotWholeIsInvalid) {
         EXPECT_EQ(outcomeOf(bytes.substr(0, size)), invalid) << size;
     const auto size = static_cast<uint32_t>(bytes.size());
     const size_t second = size - good.binary.size() - 8;  // chunk
-    const std::tuple<const char*, size_t, uint32_t> numbers[] = {
-        {"version 1", 4, 1},
-        {"longer than it is", 8, size + 4},
-        {"shorter than its chunks", 8, size - 8},
-        {"a first chunk without end", 12, 0xFFFFFFFF},
-        {"a first chunk of another type", 16, 0},
-        {"a second chunk that is 8 too long", second, static_cast<uint32_t>(good.binary.size() + 8)},
-        {"a second chunk of another type", second + 4, 0},
+    const std::pair<size_t, uint32_t> numbers[] = {
+        {4, 1},                                                   // version 1
+        {8, size + 4},                                            // longer than it is
+        {8, size - 8},                                            // shorter than its chunks
+        {12, 0xFFFFFFFF},                                         // a first chunk without end
+        {16, 0},                                                  // a first chunk of another type
+        {second, static_cast<uint32_t>(good.binary.size() + 8)},  // a second chunk that is 8 too long
+        {second + 4, 0},                                          // a second chunk of another type
     };
-    for (const auto& [what, offset, number] : numbers)
+    for (const auto& [offset, number] : numbers)
         EXPECT_EQ(outcomeOf(std::string(bytes).replace(offset, 4, bytesOf<uint32_t>({number}))), invalid)
-            << what;
+            << offset;
     const std::string deep = std::string(100000, '[') + std::string(100000, ']');
-    const json many = std::vector(70000, json::object());
-    for (const std::string& nodes : {R"([{"extras": )" + deep + "}]", many.dump()})
-        EXPECT_EQ(outcomeOf(glbBytes(R"({"asset": {"version": "2.0"}, "nodes": )" + nodes + "}", {})),
-                  invalid);
-    EXPECT_EQ(outcomeOf(glbBytes("[1, 2]", {})), invalid);
+    for (const std::string& text : {R"({"asset": {"version": "2.0"}, "extras": )" + deep + "}",
+                                    R"({"asset": {"version": "2.0"}, "nodes": )" +
+                                        json(std::vector(70000, json::object())).dump() + "}",
+                                    std::string("[1, 2]")})
+        EXPECT_EQ(outcomeOf(glbBytes(text, {})), invalid);
 }
 
 // heads.json has the changes by what the log then says.
@@ -155,8 +138,7 @@ TEST(HeadModel, WhatIsBrokenInvalidatesTheFileOrIsLeftOut) {
     good.addAccessor(5126, "VEC3", 4, bytesOf(std::vector<float>(12, nan)));
     good.addAccessor(5125, "SCALAR", 3, bytesOf<uint32_t>({0, 1, 4}));
     good.addAccessor(5125, "SCALAR", 2, bytesOf<uint32_t>({0, 1}));
-    const json heads = testHeads();
-    for (const auto& [outcome, changes] : heads["changes"].items()) {
+    for (const auto& [outcome, changes] : testHeads["changes"].items()) {
         for (const json& change : changes) {
             GlbFile file = good;
             file.set(change[0], change[1]);
@@ -174,31 +156,16 @@ TEST(HeadModel, WhatIsBrokenInvalidatesTheFileOrIsLeftOut) {
 }
 
 TEST(HeadModel, WhatAPartLacksHasItsDefault) {
-    const glm::vec3 ahead(0, 0, 1);
-    const glm::vec3 up(0, 1, 0);
-    const struct {
-        std::vector<float> normals;
-        const char* type;
-        size_t count;
-        glm::vec3 first, last;
-    } cases[] = {
-        {{0, 1, 0}, "VEC3", 1, up, ahead},
-        {{0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 2, 2, 2}, "VEC3", 5, up, up},
-        {{nan, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0}, "VEC3", 4, ahead, up},
-        {{0, 1, 0, 0, 1, 0, 0, 1}, "VEC2", 4, ahead, ahead},
-        {{0, 1, 0}, "VEC3", 4, ahead, ahead},  // not enough bytes
-    };
-    for (const auto& item : cases) {
-        GlbFile file(GlbQuads(1));
-        file.addAccessor(5126, item.type, item.count, bytesOf(item.normals));
-        file.set("/meshes/0/primitives/0",
-                 {{"attributes", {{"POSITION", 0}, {"NORMAL", 4}, {"TEXCOORD_1", 2}}}, {"indices", 3}});
-        const HeadPart read = parsed(file).parts[0];
-        EXPECT_EQ(read.vertices[0].normal, item.first) << item.count;
-        EXPECT_EQ(read.vertices[3].normal, item.last) << item.count;
-        EXPECT_EQ(read.vertices[1].texture, glm::vec2(0));
-        EXPECT_EQ(read.baseColor, glm::vec4(1));
-    }
+    GlbFile file(GlbQuads(1));
+    file.addAccessor(5126, "VEC3", 2, bytesOf<float>({nan, 1, 0, 0, 1, 0}));
+    file.set("/meshes/0/primitives/0",
+             {{"attributes", {{"POSITION", 0}, {"NORMAL", 4}, {"TEXCOORD_1", 2}}}, {"indices", 3}});
+    const HeadPart part = parsed(file).parts[0];
+    EXPECT_EQ(part.vertices[0].normal, glm::vec3(0, 0, 1));
+    EXPECT_EQ(part.vertices[1].normal, glm::vec3(0, 1, 0));
+    EXPECT_EQ(part.vertices[3].normal, glm::vec3(0, 0, 1));
+    EXPECT_EQ(part.vertices[1].texture, glm::vec2(0));
+    EXPECT_EQ(part.baseColor, glm::vec4(1));
 }
 
 TEST(HeadModel, AccessorsOfEveryKindAreUnderstood) {
@@ -207,18 +174,16 @@ TEST(HeadModel, AccessorsOfEveryKindAreUnderstood) {
     file.addView(bytesOf<uint16_t>({1, 3}));
     file.set("/bufferViews/6", {{"buffer", 0}, {"byteOffset", 96}, {"byteLength", 32}, {"byteStride", 16}});
     // heads.json has accessors with the texture place that they give the second vertex.
-    const json heads = testHeads();
-    for (const json& item : heads["accessors"]) {
+    for (const json& item : testHeads["accessors"]) {
         file.set("/accessors/4", item[1]);
         file.set("/accessors/4/type", "VEC2");
         file.set("/meshes/0/primitives/0/attributes/TEXCOORD_0", 4);
-        const glm::vec2 place = parsed(file).parts[0].vertices[1].texture;
-        EXPECT_EQ(place, glm::vec2(item[0][0], item[0][1])) << item;
+        EXPECT_EQ(parsed(file).parts[0].vertices[1].texture, glm::vec2(item[0][0], item[0][1])) << item;
     }
-    for (const auto& [type, stored] :
-         {std::pair(5121, bytesOf<uint8_t>({3, 2, 1, 0})), std::pair(5123, bytesOf<uint16_t>({3, 2, 1, 0})),
-          std::pair(5125, bytesOf<uint32_t>({3, 2, 1, 0}))}) {
-        file.set("/meshes/0/primitives/0/indices", file.addAccessor(type, "SCALAR", 4, stored));
+    const std::pair<int, std::string> stored[] = {{5121, bytesOf<uint8_t>({3, 2, 1, 0})},
+                                                  {5125, bytesOf<uint32_t>({3, 2, 1, 0})}};
+    for (const auto& [type, bytes] : stored) {
+        file.set("/meshes/0/primitives/0/indices", file.addAccessor(type, "SCALAR", 4, bytes));
         EXPECT_EQ(parsed(file).parts[0].indices, (std::vector<uint32_t>{3, 2, 1})) << type;
     }
     // A buffer may be text in the file.
@@ -236,20 +201,17 @@ TEST(HeadModel, ImagesAreSharedAndABadOneOnlyLeavesItsPartsBare) {
     const std::string bomb =
         pngBytes(1024, 1024, {0, 0, 0, 0}).replace(16, 8, std::string("\0\0\0\1\0\0\0\1", 8));
     GlbFile file;
-    for (const std::string& image : {std::string("unused"), png, png.substr(0, 40), std::string("GIF89a"),
-                                     std::string(), wide, bomb, png})
+    for (const std::string& image : {png, png.substr(0, 40), std::string("GIF89a"), wide, bomb, png})
         file.addImage(image);
-    file.set("/images/8", {{"uri", "face.png"}});
-    file.set("/images/9", {{"uri", "data:image/png;base64,"}});
-    file.set("/bufferViews/2/byteLength", 1 << 20);
-    for (const int image : {1, 2, 3, 4, 5, 6, 7, 8, 9, 1})
+    file.set("/images/6", {{"uri", "face.png"}});
+    file.set("/bufferViews/1/byteLength", 1 << 20);
+    for (const int image : {0, 1, 2, 3, 4, 5, 6, 0})
         file.addQuad({.image = image});
     const HeadModel model = parsed(file);
     std::vector<int32_t> images;
     for (const HeadPart& part : model.parts)
         images.push_back(part.image);
-    EXPECT_EQ(images, (std::vector<int32_t>{0, -1, -1, -1, -1, -1, 1, -1, -1, 0}));
-    EXPECT_EQ(model.images.size(), 2U);
+    EXPECT_EQ(images, (std::vector<int32_t>{0, -1, -1, -1, -1, 1, -1, 0}));
 }
 
 TEST(HeadModel, MeshesThatAreDrawnOverAndOverComeToAnEnd) {
@@ -264,7 +226,6 @@ TEST(HeadModel, MeshesThatAreDrawnOverAndOverComeToAnEnd) {
         many.document["meshes"][0]["primitives"].push_back({{"attributes", json::object()}});
         many.add("nodes", {{"mesh", 0}});
     }
-    EXPECT_EQ(parsed(many).nodes.size(), 1000U);
     EXPECT_EQ(parsed(many).parts.size(), 66U);
 }
 

@@ -27,10 +27,9 @@ struct Talker {
 };
 
 TEST(VoiceOut, PicksTheVoiceByItsName) {
-    const std::vector<std::string> voices = {"",         "Plain",   "Big Hazel", "Zira Desktop",
-                                             "Aria One", "Aria Two"};
+    const std::vector<std::string> voices = {"", "Plain", "Big Hazel", "Zira", "Aria One", "Aria Two"};
     const std::pair<const char*, std::optional<size_t>> cases[] = {
-        {"Aria", 4}, {"Zira Desktop", 3}, {"la", 1}, {"aria", {}}, {"Jenny", {}}, {"", 2}};
+        {"Aria", 4}, {"la", 1}, {"aria", {}}, {"Jenny", {}}, {"", 2}};
     for (const auto& [name, pick] : cases)
         EXPECT_EQ(pickVoice(voices, name), pick) << name;
     EXPECT_EQ(pickVoice({"", "Plain"}, ""), std::nullopt);
@@ -47,28 +46,26 @@ TEST(VoiceOut, CountsWhatIsStillToBeHeard) {
         voice.speak(text);
     ASSERT_EQ(voice.pending, 3);
     EXPECT_EQ(voice.startedTick, 0U);
-    float widest = 0;
-    float widestSince = 0;  // since the first text ended
+    float widest = 0;  // since the first text ended
     ASSERT_TRUE(soon([&] {
         if (!talker.pump()) return false;
-        widest = std::max(widest, voice.mouthOpen);
-        if (voice.pending < 3) widestSince = std::max(widestSince, voice.mouthOpen);
+        if (voice.pending < 3) widest = std::max(widest, voice.mouthOpen);
         return voice.pending == 0;
     }));
     EXPECT_GE(widest, 0.5F);
-    EXPECT_GT(widestSince, 0);
     EXPECT_EQ(voice.mouthOpen, 0);
     EXPECT_GT(voice.startedTick, 0U);
 
-    // The events of stopped texts would count the next one down.
+    // The events of stopped texts would count the next one down, which begins with a closed mouth.
     voice.speak("Good morning.");
+    ASSERT_TRUE(soon([&] { return talker.pump(), voice.mouthOpen > 0; }));
     ASSERT_TRUE(soon([&] { return talker.hasEvents.load(); }));
     voice.stop();
     EXPECT_EQ(voice.pending, 0);
+    EXPECT_EQ(voice.mouthOpen, 0);
     voice.speak("Something else.");
     voice.pumpEvents();
     EXPECT_EQ(voice.pending, 1);
-    EXPECT_EQ(voice.mouthOpen, 0);
 }
 
 TEST(VoiceOut, NothingIsLeftToBeHeardWithoutASoundServerOrAVoice) {
@@ -76,9 +73,7 @@ TEST(VoiceOut, NothingIsLeftToBeHeardWithoutASoundServerOrAVoice) {
     mute.speak("Hello.");
     mute.chooseVoice("Aria");
     mute.stop();
-    mute.pumpEvents();
     EXPECT_EQ(mute.pending, 0);
-    EXPECT_TRUE(mute.listVoices().empty());
 
     SoundServer server;
     server.stop();

