@@ -46,12 +46,13 @@ TEST(HeadAnimator, EachStateHasItsMotionsAndLights) {
         {Listening, true, pi / 12, -10, 28, 0.9, 0, 0.88, 0, 0.16},
         {Thinking, true, pi / 4, -10, 28, 0.9, 0, 0.88, rocking, 0.09},
         {Speaking, true, pi / 8, -10, 28, 0.9, 12, 0.65, 0, 0.1},
+        {Speaking, true, pi / 8, -10, 28, 0.9, 0, 0.65, 0, 0.1},
     };
     for (const auto& item : cases) {
         Scripted scripted({}, item.state);
         HeadAnimator& head = scripted.head;
         head.watching = item.watching;
-        head.speechLevel = 0.5F;
+        head.speechLevel = static_cast<float>(item.jaw / 24);
         head.gazeX = 1;
         head.gazeY = -0.5F;
         head.clock = item.clock - step;

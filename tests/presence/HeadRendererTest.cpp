@@ -167,7 +167,7 @@ TEST_F(HeadRendererTest, TheJawTurnsAboutItsOwnHingeAndTheNearerPartHides) {
     EXPECT_LT(open, closed / 2);
 }
 
-TEST_F(HeadRendererTest, FollowsTheSizeAndIgnoresWhatIsNone) {
+TEST_F(HeadRendererTest, FollowsTheSizeAndTellsWhatItCannotDraw) {
     load(GlbFile(GlbQuads(1)));
     for (const auto& [newWidth, newHeight] : {std::pair(0, 50), std::pair(50, -1), std::pair(60, 80)}) {
         renderer->resize(newWidth, newHeight);
@@ -176,12 +176,8 @@ TEST_F(HeadRendererTest, FollowsTheSizeAndIgnoresWhatIsNone) {
         EXPECT_GT(middle()[0], 150);
     }
     EXPECT_FALSE(renderer->capture("/nowhere/at/all.png", straight, false));
-}
-
-TEST_F(HeadRendererTest, WithoutAModelThereIsNoHead) {
     HeadRenderer none;
     none.render(straight);
-    none.resize(10, 10);
     EXPECT_FALSE(none.capture(path, straight, false));
     EXPECT_FALSE(none.initialize(*surface, width, height, joinPath(dataFolder(), "nothing.glb")));
 }

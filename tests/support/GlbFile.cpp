@@ -49,10 +49,6 @@ int GlbFile::addQuad(const GlbQuad& quad) {
     return add("nodes", {{"name", quad.node}, {"mesh", mesh}, {"translation", quad.translation}});
 }
 
-void GlbFile::set(const std::string& place, json value) {
-    document[json::json_pointer(place)] = std::move(value);
-}
-
 std::string GlbFile::bytes() const {
     json whole = document;
     if (!whole.contains("buffers")) whole["buffers"] = json::array({{{"byteLength", binary.size()}}});

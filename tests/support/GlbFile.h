@@ -33,7 +33,9 @@ struct GlbFile {
     int addQuad(const GlbQuad& quad);
 
     /// Puts the value at the place, a JSON pointer.
-    void set(const std::string& place, nlohmann::json value);
+    void set(const std::string& place, const nlohmann::json& value) {
+        document[nlohmann::json::json_pointer(place)] = value;
+    }
 
     /// Returns the whole file. Its buffer is `binary`, unless `document` has buffers.
     [[nodiscard]] std::string bytes() const;
