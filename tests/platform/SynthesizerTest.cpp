@@ -68,6 +68,26 @@ protected:
         EXPECT_LT(durationOf([&] { EXPECT_TRUE(becomes(Kind::ended, number)); }), lossLimit);
     }
 
+    /// Three texts are lost: one that is heard, one that waits, and one that comes later.
+    void loseTheServer(const std::function<void()>& lose) {
+        open();
+        say(longText(2000));
+        say(sentence);
+        ASSERT_TRUE(becomes(Kind::started, 1));
+        lose();
+        expectLost(2);
+        say(longText(2000));
+        expectLost(3);
+        EXPECT_EQ(count(Kind::started), 1);
+    }
+
+    void speakAgain() {
+        say("Back again.");
+        EXPECT_TRUE(becomes(Kind::ended, 4));
+        EXPECT_EQ(count(Kind::started), 2);
+        EXPECT_EQ(count(Kind::ended), 4);
+    }
+
     SoundServer server;
     std::atomic<bool> isToldOf = false;
     bool throws = false;  ///< what is called when there are events; the speech goes on all the same
@@ -136,39 +156,17 @@ TEST_F(Synthesizer, APurgeIsHeardAtOnceAndLeavesNothing) {
 }
 
 TEST_F(Synthesizer, TextsEndWhenTheServerDies) {
-    open();
-    say(longText(2000));
-    say(sentence);
-    ASSERT_TRUE(becomes(Kind::started, 1));
-    server.stop();
-    expectLost(2);
-    say(sentence);
-    expectLost(3);
-    EXPECT_EQ(count(Kind::started), 1);
-
+    loseTheServer([this] { server.stop(); });
     // Longer than any patience: the one that ran out with the dead server once counted against the new one.
     std::this_thread::sleep_for(milliseconds(3500));
     server.start();
-    say("Back again.");
-    EXPECT_TRUE(becomes(Kind::ended, 4));
-    EXPECT_EQ(count(Kind::started), 2);
-    EXPECT_EQ(count(Kind::ended), 4);
+    speakAgain();
 }
 
 TEST_F(Synthesizer, TextsEndWhenTheServerHangs) {
-    open();
-    say(sentence);
-    say(sentence);
-    ASSERT_TRUE(becomes(Kind::started, 1));
-    server.pause();
-    expectLost(2);
-    say(longText(2000));
-    expectLost(3);
+    loseTheServer([this] { server.pause(); });
     server.resume();
-    say("Back again.");
-    ASSERT_TRUE(becomes(Kind::ended, 4));
-    EXPECT_EQ(count(Kind::started), 2);
-
+    speakAgain();
     // It hangs again between two texts; nothing waits for it at the end either.
     server.pause();
     say(sentence);
