@@ -13,8 +13,8 @@ namespace {
 
 constexpr int32_t readWaitMs = 200;
 
-// A healthy sound system lists its devices within milliseconds. A window that is being opened can't wait for a
-// sick one; a sound system that is just starting gets the time to bring up the chosen microphone.
+// A healthy sound system lists its devices within milliseconds. A window that is being opened can't wait for
+// a sick one; a sound system that is just starting gets the time to bring up the chosen microphone.
 constexpr int32_t showListMs = 500;
 constexpr int32_t chooseMs = 3000;
 

@@ -23,8 +23,9 @@
 /// whole milliseconds.
 ///
 /// Threads: any for the operations, one at a time except for `stop`; any for the atomic fields. The callbacks
-/// are set before the first `start` and run on the capture thread, which must not wait; an exception in one of
-/// them ends the thread with a line in the log. All other fields belong to the capture thread while it runs.
+/// are set before the first `start` and run on the capture thread, which must not wait; an exception in one
+/// of them ends the thread with a line in the log. All other fields belong to the capture thread while it
+/// runs.
 class Ears {
 public:
     Ears() = default;
@@ -33,8 +34,8 @@ public:
     Ears& operator=(const Ears&) = delete;
 
     std::function<void()> onWake;  ///< the name was heard, and a capture has begun
-    /// A capture has ended. `samples` is empty when there was nothing worth recognising. `followUp` tells that
-    /// the capture was requested, not begun by the name.
+    /// A capture has ended. `samples` is empty when there was nothing worth recognising. `followUp` tells
+    /// that the capture was requested, not begun by the name.
     std::function<void(std::vector<int16_t> samples, bool followUp)> onUtterance;
     std::function<void(const std::string& sentence)> onProblem;         ///< a sentence for the user
     std::function<void(const int16_t* samples, size_t count)> onAudio;  ///< everything the microphone brings

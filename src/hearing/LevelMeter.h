@@ -4,8 +4,8 @@
 
 #include "hearing/Loudness.h"
 
-/// Logs what comes from the microphone, muted or not, and notices a microphone that brings nothing: someone who
-/// wonders why nothing is heard finds the answer in the log.
+/// Logs what comes from the microphone, muted or not, and notices a microphone that brings nothing: someone
+/// who wonders why nothing is heard finds the answer in the log.
 ///
 /// Threads: one at a time.
 class LevelMeter {
@@ -13,8 +13,8 @@ public:
     /// Starts the watch for a dead microphone afresh.
     void restart();
 
-    /// Takes the next chunk of `ms` milliseconds, and logs a line after each 5 seconds. Returns true once, when
-    /// there was nothing but zeros for more than 4 seconds since `restart`.
+    /// Takes the next chunk of `ms` milliseconds, and logs a line after each 5 seconds. Returns true once,
+    /// when there was nothing but zeros for more than 4 seconds since `restart`.
     [[nodiscard]] bool add(const Loudness& loudness, int32_t ms, float noiseFloor, bool isMuted);
 
 private:

@@ -14,6 +14,6 @@ struct Recording {
 /// Why a file holds no recording.
 enum class RecordingError { none, tooShort, noData };
 
-/// Reads the bytes of a WAV file into `recording`: everything behind the first "data" and its length, whatever
-/// the header says. Returns why it can't, or `none`. Threads: any.
+/// Reads the bytes of a WAV file into `recording`: everything behind the first "data" and its length,
+/// whatever the header says. Returns why it can't, or `none`. Threads: any.
 RecordingError readRecording(std::string_view bytes, Recording& recording);

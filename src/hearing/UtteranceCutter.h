@@ -5,8 +5,8 @@
 #include <deque>
 #include <vector>
 
-/// Cuts one utterance after another out of the stream, by loudness alone. Between captures it keeps the newest
-/// 1.5 seconds as the pre-roll, because the name is recognised only after it was said.
+/// Cuts one utterance after another out of the stream, by loudness alone. Between captures it keeps the
+/// newest 1.5 seconds as the pre-roll, because the name is recognised only after it was said.
 ///
 /// Threads: one at a time.
 class UtteranceCutter {
@@ -20,11 +20,12 @@ public:
     /// Begins a capture without the pre-roll, and without speech so far: an answer is expected.
     void beginFollowUp();
 
-    /// Adds samples to the capture that has begun. Returns true when they end it: after 850 ms of quiet, at 14
-    /// seconds, or after 6 seconds of a follow-up in which nobody speaks.
+    /// Adds samples to the capture that has begun. Returns true when they end it: after 850 ms of quiet, at
+    /// 14 seconds, or after 6 seconds of a follow-up in which nobody speaks.
     [[nodiscard]] bool extend(const int16_t* samples, size_t count, bool isLoud);
 
-    /// Ends the capture and returns its samples, or none when they are not worth recognising. Forgets the rest.
+    /// Ends the capture and returns its samples, or none when they are not worth recognising. Forgets the
+    /// rest.
     [[nodiscard]] std::vector<int16_t> finish();
 
     /// Returns whether the present or last capture is a follow-up.

@@ -71,8 +71,8 @@ bool VoskRecognizer::createRecognizer(float sampleRate, const std::vector<std::s
 
 WakeResult VoskRecognizer::accept(const int16_t* samples, int32_t count) {
     const bool isFinal = vosk.vosk_recognizer_accept_waveform_s(recognizer, samples, count) == 1;
-    const char* const json = isFinal ? vosk.vosk_recognizer_result(recognizer)
-                                     : vosk.vosk_recognizer_partial_result(recognizer);
+    const char* const json =
+        isFinal ? vosk.vosk_recognizer_result(recognizer) : vosk.vosk_recognizer_partial_result(recognizer);
     return {json == nullptr ? "" : wordsOfVoskResult(json), isFinal};
 }
 
