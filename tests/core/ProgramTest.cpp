@@ -31,15 +31,12 @@ std::string output() {
 class Program : public testing::Test {
 protected:
     /// Starts the program with its standard output going to `shown`.
-    void start(const std::string& words) {
-        velu = std::make_unique<TestProgram>(
-            std::vector<std::string>{"sh", "-c", "exec " VELU_PROGRAM " " + words + " >" + shown}, log);
+    std::unique_ptr<TestProgram> start(const std::string& words) const {
+        const std::string command = "exec " VELU_PROGRAM " " + words + " >" + shown;
+        return std::make_unique<TestProgram>(std::vector<std::string>{"sh", "-c", command}, log);
     }
 
-    int run(const std::string& words) {
-        start(words);
-        return velu->wait().value_or(-1000);
-    }
+    int run(const std::string& words) const { return start(words)->wait().value_or(-1000); }
 
     static void installEngine(const std::string& script) {
         for (const bool useGpu : {false, true})  // for a machine with a graphics card
@@ -50,7 +47,6 @@ protected:
 
     const std::string log = joinPath(dataFolder(), "stderr");
     std::string shown = joinPath(dataFolder(), "stdout");
-    std::unique_ptr<TestProgram> velu;
 };
 
 TEST_F(Program, AsksAndLeavesTheAnswerInTheFileAndOnTheTerminal) {
@@ -97,7 +93,7 @@ TEST_F(Program, NoServerOutlivesItHoweverItEnds) {
     installEngine(
         R"({"default": {"text": "One sentence of many here. And a second one behind it.", "pieceMs": 2000}})");
     for (const int signal : {SIGTERM, SIGINT, SIGKILL, SIGABRT}) {
-        start("--ask talk");
+        const auto velu = start("--ask talk");
         ASSERT_TRUE(soon(engineAnswers));
         velu->signal(signal);
         EXPECT_EQ(velu->wait(), -signal);
@@ -106,10 +102,8 @@ TEST_F(Program, NoServerOutlivesItHoweverItEnds) {
 }
 
 TEST_F(Program, TellsWhatItIsAndLooksForFacesWhereThereAreModels) {
-    EXPECT_EQ(run("--version"), 0);
-    EXPECT_EQ(fileText(shown).rfind("Velu ", 0), 0U);
-    EXPECT_EQ(run("--help"), 0);
-    EXPECT_NE(fileText(shown).find("--ask QUESTION"), std::string::npos);
+    EXPECT_TRUE(run("--version") == 0 && fileText(shown).starts_with("Velu ")) << fileText(shown);
+    EXPECT_TRUE(run("--help") == 0 && fileText(shown).starts_with("Velu, a desktop companion"));
     const int code = run("--facetest nowhere.png");
     EXPECT_EQ(output(), code == 1 ? "[error] models\n" : "[error] cannot decode nowhere.png\n");
     EXPECT_EQ(run("--camtest 0"), code);

@@ -4,50 +4,37 @@
 #include <pthread.h>
 
 #include <atomic>
-#include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
-#include "foundation/Ticks.h"
+#include "support/Soon.h"
 #include "support/TestData.h"
 
 namespace {
 
-void waitFor(const std::atomic<bool>& flag) {
-    while (!flag)
-        std::this_thread::yield();
-}
-
 TEST(TaskSlot, TheNewestTaskWinsWithoutTheCallerWaiting) {
-    std::mutex mutex;
-    std::vector<std::string> events;
-    const auto note = [&](const std::string& event) {
-        const std::scoped_lock lock(mutex);
-        events.push_back(event);
-    };
     std::atomic<bool> isRunning = false;
     std::atomic<bool> mayEnd = false;
+    std::string events;  // only one task runs at a time
     TaskSlot slot("task");
-    const auto onFailure = [&] { note("a failure"); };
+    const auto onFailure = [&] { events += "failure "; };
     slot.start(
         [&](CancelFlag* cancel) {
             isRunning = true;
             while (!*cancel || !mayEnd)
                 std::this_thread::yield();
-            note("first ends");
+            events += "first ends, ";
         },
         onFailure);
-    waitFor(isRunning);
-    slot.start([&](CancelFlag*) { note("never begins"); }, onFailure);
-    slot.start([&](CancelFlag* cancel) { note(*cancel ? "third is cancelled" : "third runs"); }, onFailure);
+    ASSERT_TRUE(soon([&] { return isRunning.load(); }));
+    slot.start([&](CancelFlag*) { events += "second runs, "; }, onFailure);
+    slot.start([&](CancelFlag* cancel) { events += *cancel ? "third is cancelled" : "third runs"; },
+               onFailure);
     slot.reap();  // must not wait for a running task
-    note("caller goes on");
     mayEnd = true;
     slot.join();
-    EXPECT_EQ(events, (std::vector<std::string>{"caller goes on", "first ends", "third runs"}));
+    EXPECT_EQ(events, "first ends, third runs");
 }
 
 TEST(TaskSlot, ATaskThatThrowsOrGetsNoThreadIsLoggedAndTold) {
@@ -55,38 +42,34 @@ TEST(TaskSlot, ATaskThatThrowsOrGetsNoThreadIsLoggedAndTold) {
     const auto onFailure = [&] { ++failures; };
     std::atomic<bool> isRunning = false;
     std::atomic<bool> hasEnded = false;
-    auto owner = std::make_unique<TaskSlot>("brain worker");
-    TaskSlot& slot = *owner;
-    slot.start([](CancelFlag*) { throw std::runtime_error("nobody expected this"); }, onFailure);
-    slot.join();
-    EXPECT_EQ(failures, 1);
-    slot.start(
-        [&](CancelFlag* cancel) {
-            isRunning = true;
-            while (pauseUnlessCancelled(1000, cancel)) {
-            }
-            hasEnded = true;
-        },
-        onFailure);
-    waitFor(isRunning);
-    // No thread gets a stack of this size.
-    pthread_attr_t huge;
-    ASSERT_EQ(pthread_attr_init(&huge), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&huge, size_t{1} << 47U), 0);
-    pthread_attr_t usual;
-    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
-    slot.start([](CancelFlag*) { FAIL() << "there is no thread"; }, onFailure);
-    EXPECT_EQ(failures, 2);
-    ASSERT_EQ(pthread_setattr_default_np(&usual), 0);
-    owner.reset();
-    EXPECT_TRUE(hasEnded) << "the task before";
+    {
+        TaskSlot slot("brain worker");
+        slot.start([](CancelFlag*) { throw std::runtime_error("nobody expected this"); }, onFailure);
+        slot.join();
+        EXPECT_EQ(failures, 1);
+        slot.start(
+            [&](CancelFlag* cancel) {
+                isRunning = true;
+                while (!*cancel)
+                    std::this_thread::yield();
+                hasEnded = true;
+            },
+            onFailure);
+        ASSERT_TRUE(soon([&] { return isRunning.load(); }));
+        // No thread gets a stack of this size.
+        pthread_attr_t usual, huge;
+        ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+        ASSERT_EQ(pthread_attr_init(&huge), 0);
+        ASSERT_EQ(pthread_attr_setstacksize(&huge, size_t{1} << 47U), 0);
+        ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+        slot.start([](CancelFlag*) { FAIL() << "there is no thread"; }, onFailure);
+        EXPECT_EQ(failures, 2);
+        ASSERT_EQ(pthread_setattr_default_np(&usual), 0);
+    }
+    EXPECT_TRUE(hasEnded) << "the slot ends its task when it goes";
     const std::string log = dataText("velu.log");
-    EXPECT_NE(log.find("brain worker ended by an unexpected error: nobody expected this\n"),
-              std::string::npos);
-    EXPECT_NE(log.find("brain worker ended by an unexpected error: Resource temporarily unavailable\n"),
-              std::string::npos)
-        << log;
+    for (const char* reason : {"nobody expected this\n", "Resource temporarily unavailable\n"})
+        EXPECT_NE(log.find(std::string("brain worker ended by an unexpected error: ") + reason), log.npos);
 }
 
 }  // namespace

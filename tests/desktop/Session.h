@@ -14,6 +14,7 @@
 #include "core/WindowMode.h"
 #include "foundation/Files.h"
 #include "foundation/Paths.h"
+#include "foundation/Ticks.h"
 #include "support/EngineFolder.h"
 #include "support/Soon.h"
 #include "support/SoundServer.h"
@@ -72,14 +73,16 @@ protected:
         (void)until([] { return false; }, std::chrono::milliseconds(ms));
     }
 
-    void click(const std::string& button = "1") const {
+    void click(const std::string& button = "1") {
+        lastClick = tickCount();
         const Rect head = velu->window->rect();
         desktop.act("mousemove " + std::to_string((head.left + head.right) / 2) + " " +
                     std::to_string((head.top + head.bottom) / 2) + " click " + button);
     }
 
-    /// The chat box opened by a click, with the keyboard.
+    /// The chat box opened by a click that isn't the second half of a double click, with the keyboard.
     void openChat() {
+        ASSERT_TRUE(until([this] { return tickCount() > lastClick + 500; }));
         click();
         ASSERT_TRUE(until([this] { return velu->bubble.typing && desktop.focus() == panel(); }));
     }
@@ -115,4 +118,5 @@ protected:
     XDesktop desktop{XDesktop::Kind::composited};
     SoundServer sound;
     std::unique_ptr<Companion> velu;
+    uint64_t lastClick = 0;
 };

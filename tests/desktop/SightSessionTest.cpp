@@ -1,7 +1,5 @@
 // The companion with its eyes open: people come before the camera and go.
 
-#include <nlohmann/json.hpp>
-
 #include "desktop/Session.h"
 #include "foundation/Ticks.h"
 #include "support/CameraServer.h"
@@ -49,10 +47,10 @@ protected:
     void switchCamera() { carryOut(*velu, MenuCommand::useCamera); }
 
     /// How often the log has these words.
-    static size_t logged(const std::string& words) {
+    static int logged(const std::string& words) {
         const std::string log = dataText("velu.log");
-        size_t count = 0;
-        for (size_t at = log.find(words); at != std::string::npos; at = log.find(words, at + 1))
+        int count = 0;
+        for (size_t at = log.find(words); at != log.npos; at = log.find(words, at + 1))
             ++count;
         return count;
     }
@@ -67,7 +65,7 @@ protected:
     CameraServer cameras;
 };
 
-TEST_F(SightSession, PeopleAreSeenIntroducedAndGreeted) {
+TEST_F(SightSession, PeopleAreSeenIntroducedAndGreetedOnceInHalfAnHour) {
     show({red});
     startReady();
     ASSERT_TRUE(sees("an unrecognized person"));
@@ -77,8 +75,6 @@ TEST_F(SightSession, PeopleAreSeenIntroducedAndGreeted) {
     EXPECT_NEAR(velu->animator.gazeY, -0.8, 0.05);
     tell("hello");
     EXPECT_TRUE(requestHolds("Through your camera you currently see: an unrecognized person."));
-    EXPECT_TRUE(shows("I am fine, thank you."));
-
     tell("Ada");
     EXPECT_TRUE(requestHolds("Got it, I'll remember Ada's face."));
     ASSERT_TRUE(sees("Ada"));
@@ -90,46 +86,34 @@ TEST_F(SightSession, PeopleAreSeenIntroducedAndGreeted) {
     ASSERT_TRUE(until([this] { return velu->animator.gazeX > 0.7F; }));
     tell("Bob");
     ASSERT_TRUE(sees("Bob"));
-    show({red});
-    ASSERT_TRUE(sees("Ada"));
     show({});
     ASSERT_TRUE(sees(""));
     tell("hello");
     EXPECT_FALSE(requestHolds("Through your camera"));
-
     // Asleep it knows who is there, and doesn't look.
     show({red});
     carryOut(*velu, MenuCommand::sleep);
     ASSERT_TRUE(sees("Ada"));
     velu->pass();
     EXPECT_FALSE(velu->animator.watching);
-}
 
-TEST_F(SightSession, WhoComesBackIsGreetedOnceInHalfAnHour) {
-    // As a later start finds it: Ada is known.
-    show({red});
-    startReady();
-    ASSERT_TRUE(sees("an unrecognized person"));
-    tell("Ada");
-    ASSERT_TRUE(sees("Ada"));
+    // A later start greets her, aloud.
     shutDownCompanion(*velu);
     makeCompanion();
     velu->bringUp.faceModels = faceModels;
+    settings.voiceOn = true;
     show({});
     startReady();
     ASSERT_TRUE(until([this] { return velu->eyes.running && logged("camera opened") == 2; }));
-    settings.voiceOn = true;
     show({red});
     ASSERT_TRUE(until([this] { return shows("Hi Ada!") && velu->bubble.isVisible(); }));
-    EXPECT_EQ(velu->voice.pending, 1) << "aloud";
+    EXPECT_EQ(velu->voice.pending, 1);
     settings.voiceOn = false;
     velu->conversation.stopSpeaking();
-
     // The camera switched off and on is another visit, too soon for another greeting.
     switchCamera();
-    EXPECT_FALSE(velu->eyes.running);
+    EXPECT_FALSE(velu->eyes.running || menuState(*velu).camOn);
     ASSERT_TRUE(sees(""));
-    EXPECT_FALSE(menuState(*velu).camOn);
     tell("Ada");
     EXPECT_TRUE(requestHolds("My camera is off, so I can't see your face."));
     velu->conversation.stopSpeaking();
@@ -139,42 +123,15 @@ TEST_F(SightSession, WhoComesBackIsGreetedOnceInHalfAnHour) {
     runFor(300);
     EXPECT_FALSE(velu->bubble.isVisible()) << velu->bubble.text;
     // Saving the settings starts it anew, with the models that are loaded.
-    const size_t openings = logged("camera opened");
+    const int openings = logged("camera opened");
     openSettings();
     desktop.act("key Return");
     ASSERT_TRUE(until([&] { return logged("camera opened") == openings + 1; }));
     ASSERT_TRUE(sees("Ada"));
-    EXPECT_EQ(logged("vision models loaded"), 2U) << "once by each of the two companions";
-}
-
-TEST_F(SightSession, ACameraThatGoesOrFailsSaysSo) {
-    velu->bringUp.faceModels = dataFolder();
-    show({red});
-    startReady();
-    ASSERT_TRUE(until([this] { return shows("I couldn't load my face models."); }));
-    velu->bringUp.faceModels = faceModels;
-    switchCamera();
-    switchCamera();
-    ASSERT_TRUE(sees("an unrecognized person"));
-    velu->bubble.hide();
+    EXPECT_EQ(logged("vision models loaded"), 2) << "once by each of the two companions";
     cameras.unplug("Desk camera");
     ASSERT_TRUE(until([this] { return shows("My camera stopped working.") && velu->bubble.isVisible(); }));
     EXPECT_TRUE(sees("")) << "nobody is seen by a camera that is gone";
-    switchCamera();
-    velu->bubble.hide();
-    switchCamera();
-    ASSERT_TRUE(until([this] { return shows("I couldn't find a camera.") && velu->bubble.isVisible(); }));
-    // It ends at once though the camera hangs.
-    cameras.plugIn("Desk camera", {"YUY2:640x480@15"});
-    show({red});
-    switchCamera();
-    switchCamera();
-    ASSERT_TRUE(sees("an unrecognized person"));
-    cameras.pause();
-    const uint64_t begin = tickCount();
-    shutDownCompanion(*velu);
-    EXPECT_LT(tickCount() - begin, 8000U) << "opening a camera that hangs takes longer";
-    cameras.resume();
 }
 
 }  // namespace

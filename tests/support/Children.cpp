@@ -3,21 +3,17 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+
+#include "support/TestData.h"
 
 std::vector<pid_t> childrenCalled(const std::string& program) {
     std::vector<pid_t> found;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        std::ifstream file(entry.path() / "stat");  // "12 (a name) S 1 ..."
-        std::string line;
-        if (!std::getline(file, line)) continue;
-        const size_t open = line.find('('), close = line.rfind(')');
-        std::istringstream rest(line.substr(close + 1));
-        char state = 0;
-        pid_t parent = 0;
-        rest >> state >> parent;
-        if (parent == getpid() && state != 'Z' && line.substr(open + 1, close - open - 1) == program)
+        const std::string stat = fileText(entry.path() / "stat");  // "12 (a name) S 1 ..."
+        const size_t name = stat.find(" (" + program + ") ");
+        if (name == std::string::npos) continue;
+        const std::string rest = stat.substr(name + program.size() + 4);
+        if (rest[0] != 'Z' && std::stoi(rest.substr(2)) == getpid())
             found.push_back(std::stoi(entry.path().filename()));
     }
     return found;

@@ -55,7 +55,8 @@ struct Script {
           exitAtInference(script.value("exitAtInference", false)) {
         checkKeys(script, {"default", "tones", "delayMs", "status", "body", "readyAfterMs", "neverReady",
                            "exitAtStart", "exitAtInference"});
-        for (const auto& [hertz, words] : script.value("tones", json::object()).items())
+        const json scripted = script.value("tones", json::object());
+        for (const auto& [hertz, words] : scripted.items())
             tones[std::stoi(hertz)] = words;
     }
 };

@@ -2,18 +2,12 @@
 
 #include <stdlib.h>
 
-#include <cstdio>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
-TemporaryFolder::TemporaryFolder() {
-    std::error_code error;
-    std::filesystem::path parent = std::filesystem::temp_directory_path(error);
-    path = (error ? std::filesystem::path("/tmp") : parent) / "velu-test-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr) {
-        perror("a folder for throw-away files");
-        abort();
-    }
+TemporaryFolder::TemporaryFolder() : path(std::filesystem::temp_directory_path() / "velu-test-XXXXXX") {
+    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no folder for throw-away files");
 }
 
 TemporaryFolder::~TemporaryFolder() {

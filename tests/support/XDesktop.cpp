@@ -1,18 +1,17 @@
 #include "support/XDesktop.h"
 
-#include <stb_image_write.h>
 #include <stdlib.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include "support/Soon.h"
+#include "support/TestData.h"
 #include "support/TestProgram.h"
 
 namespace {
@@ -31,18 +30,10 @@ uint32_t pixelOf(const Colour& colour) {
     return uint32_t{colour.red} << 16 | uint32_t{colour.green} << 8 | colour.blue;
 }
 
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// The display number that the X server writes on a line of its own once it is ready; empty before that.
+/// Returns the display number that the X server writes on a line of its own once it is ready.
 std::string displayNumber(const std::string& log) {
-    std::istringstream lines(log);
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.empty() && line.find_first_not_of("0123456789") == std::string::npos) return line;
-    }
-    return "";
+    std::smatch number;
+    return std::regex_search(log, number, std::regex("(^|\n)([0-9]+)\n")) ? number[2].str() : "";
 }
 
 // NOLINTBEGIN(concurrency-mt-unsafe): no other thread runs, as the header demands.
@@ -67,11 +58,6 @@ const Colour& Screenshot::at(int32_t x, int32_t y) const {
     return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
 }
 
-void Screenshot::save(const std::string& path) const {
-    static_assert(sizeof(Colour) == 3);
-    stbi_write_png(path.c_str(), width, height, 3, pixels.data(), 3 * width);
-}
-
 XDesktop::XDesktop(Kind kind) {
     enter(folder.path);
     startProgram({"Xvfb", "-displayfd", "1", "-screen", "0",
@@ -85,8 +71,7 @@ XDesktop::XDesktop(Kind kind) {
     root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 
     if (kind == Kind::bare) return;
-    // It announces itself before it looks after windows, and never does for one that opens in between. The
-    // start command comes last.
+    // It announces itself before it looks after windows. The start command comes last.
     const std::string mark = folder.path + "/openbox-is-up";
     startProgram({"openbox", "--sm-disable", "--startup", "touch " + mark});
     waitFor("openbox", [&] { return std::filesystem::exists(mark); });
@@ -95,8 +80,7 @@ XDesktop::XDesktop(Kind kind) {
 
 void XDesktop::startCompositor() {
     startProgram({"picom", "--backend", "xrender", "--config", "/dev/null"});
-    // It announces itself before it has taken over the drawing. Then the bare screen, black until now, is
-    // grey.
+    // It announces itself before it draws. Then the bare screen, black until now, is grey.
     waitFor("picom", [this] { return picture({0, 0, 1, 1}).at(0, 0) != Colour{}; });
 }
 
@@ -125,7 +109,7 @@ void XDesktop::startProgram(const std::vector<std::string>& words) {
 }
 
 std::string XDesktop::logOf(const std::string& program) const {
-    return contentOf(folder.path + "/" + program + ".log");
+    return fileText(folder.path + "/" + program + ".log");
 }
 
 void XDesktop::waitFor(const std::string& program, const std::function<bool()>& isUp) {

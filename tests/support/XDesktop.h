@@ -29,19 +29,13 @@ struct Screenshot {
     std::vector<Colour> pixels;  ///< row by row, the top one first
 
     [[nodiscard]] const Colour& at(int32_t x, int32_t y) const;
-
-    /// Writes it as a PNG file for a person to look at.
-    void save(const std::string& path) const;
 };
 
-/// A private desktop without a screen, and a client of it: an X server with a window manager and a
-/// compositor if they are wanted, with nothing of the user's own. It goes with all its programs when the
-/// object does.
+/// A private desktop without a screen: an X server, with a window manager and a compositor on request. It
+/// ends with the object. Making one points DISPLAY, HOME and the like of this process to it. Failures throw
+/// std::runtime_error with what the programs said.
 ///
-/// Making one points DISPLAY, HOME and the like of this process to it, for all programs that are started
-/// later. One at a time. Whatever goes wrong throws std::runtime_error, with what the programs said.
-///
-/// Threads: one at a time; the environment is changed, so no other may run when it is made.
+/// Threads: one at a time. No other thread may run when it is made, because it changes the environment.
 class XDesktop {
 public:
     static constexpr int32_t width = 1000;
@@ -55,43 +49,38 @@ public:
     XDesktop& operator=(const XDesktop&) = delete;
 
     void startCompositor();
-    void stopCompositor();  ///< of what was started last
+    void stopCompositor();  ///< ends the program that was started last
+    void startTray();       ///< shows a panel with a tray along the upper edge
 
-    /// Shows a panel with a tray for icons along the upper edge.
-    void startTray();
-
-    /// What is on the screen within `area`, which may stick out over its edges; black lies there.
+    /// Returns what is on the screen within `area`. Outside the screen everything is black.
     Screenshot picture(const Rect& area = {0, 0, width, height}) const;
 
-    /// Puts a window over the whole screen, below all others: a checkered one, its squares `square` pixels
-    /// wide, the first in the corner of the screen, where no window may lie. A second call repaints it.
+    /// Covers the screen with a checkered window below all others; its squares are `square` pixels wide. A
+    /// second call repaints it. No window may lie in the screen's corner.
     void paintBackdrop(const Colour& first, const Colour& second);
     static constexpr int32_t square = 8;
 
-    /// The presses of the first button that have reached the backdrop until now.
-    int32_t backdropPresses();
+    int32_t backdropPresses();  ///< presses of the first button that have reached the backdrop so far
 
-    /// Opens an ordinary window with the keyboard focus: what the user works with.
-    Window openUserWindow();
+    Window openUserWindow();  ///< opens an ordinary window with the keyboard focus
 
-    /// The window with this title that belongs to process `pid` and is to be seen; 0 when there is none.
+    /// Returns the visible window of process `pid` with this title; 0 when there is none.
     Window findWindow(const std::string& title, pid_t pid) const;
 
     Rect rectangle(Window window) const;
 
-    /// The names of the atoms in a property, such as _NET_WM_STATE; none when the window lacks it.
+    /// Returns the names of the atoms in a property such as _NET_WM_STATE.
     std::vector<std::string> atomsOf(Window window, const std::string& property) const;
 
     Window focus() const;         ///< the window that gets the keys
-    Window activeWindow() const;  ///< the one that the window manager calls active, 0 without either
+    Window activeWindow() const;  ///< by the window manager; 0 without one
 
-    /// Asks the window manager to take a state such as "_NET_WM_STATE_ABOVE" off a window, as a pager does.
+    /// Takes a state such as "_NET_WM_STATE_ABOVE" off a window, as a pager does.
     void removeState(Window window, const std::string& state) const;
 
-    /// Asks a window to close, as the cross in its frame does.
-    void close(Window window) const;
+    void close(Window window) const;  ///< asks a window to close, as the cross in its frame does
 
-    /// Uses the mouse and the keyboard: words of xdotool's own, as "mousemove 10 20 click 1" or "key Tab".
+    /// Uses mouse and keyboard by the words of xdotool: "mousemove 10 20 click 1" or "key Tab".
     void act(const std::string& words) const;
 
     TemporaryFolder folder;  ///< HOME of the desktop's programs; their logs lie there
@@ -105,7 +94,7 @@ private:
     void sendMessage(Window window, Window receiver, const std::string& type,
                      const std::vector<uint32_t>& numbers) const;
     void startProgram(const std::vector<std::string>& words);
-    /// Until `isUp`, for the program that was started last; throws when it ends or isn't up in time.
+    /// Blocks until the program that was started last is up; throws when it ends or isn't up in time.
     void waitFor(const std::string& program, const std::function<bool()>& isUp);
     std::string logOf(const std::string& program) const;
 

@@ -9,8 +9,7 @@ TEST(CaptureMode, ReadsItsSwitchesInAnyOrder) {
         const char* commandLine;
         const char* path;
         std::optional<int32_t> height;
-        float jaw;
-        float yaw;
+        float jaw, yaw;
         bool withAlpha;
     } cases[] = {
         {"--shot head.png --size 300 --jaw 12.5 --yaw -40 --alpha", "head.png", 300, 12.5F, -40, true},
