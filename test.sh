@@ -24,9 +24,5 @@ for preset in "${presets[@]}"; do
     settings=()
     [ "$preset" != release ] || settings=(-DBUILD_TESTING=ON)
     "$root/scripts/build.sh" "$preset" "${settings[@]}" --
-    without=()
-    # Graphics drivers and Qt aren't built with ThreadSanitizer, which reports false races in them. The code that uses
-    # them runs on one thread.
-    [ "$preset" != tsan ] || without=(-LE "desktop|drawing")
-    ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error -j "$(nproc)" "${without[@]}" "$@"
+    ctest --test-dir "$root/build/$preset" --output-on-failure --no-tests=error -j "$(nproc)" "$@"
 done
