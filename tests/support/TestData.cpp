@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 std::string testDataPath(const std::string& name) {
     return std::string(TEST_DATA "/") + name;
@@ -16,8 +16,9 @@ std::string readTestData(const std::string& name) {
 }
 
 std::string fileText(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();  // what can't be read, like a folder, is empty
+    return text.str();
 }
 
 std::string dataText(const std::string& name) {
