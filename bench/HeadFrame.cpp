@@ -15,6 +15,7 @@
 #include "ProcessCost.h"
 #include "presence/HeadModel.h"
 #include "presence/HeadRenderer.h"
+#include "presence/HeadScene.h"
 #include "presence/HeadShaders.h"
 #include "support/TemporaryFolder.h"
 

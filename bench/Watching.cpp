@@ -64,7 +64,7 @@ std::string install(const std::string& detector, const std::string& embedder) {
 
 struct Watching {
     CameraServer cameras;
-    Companion companion(Settings::instance());
+    Companion companion{Settings::instance()};
 
     explicit Watching(const std::string& models) {
         openUndrawn(companion);
