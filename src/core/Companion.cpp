@@ -23,6 +23,8 @@ template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
 };
+template <typename... Functions>
+Overloaded(Functions...) -> Overloaded<Functions...>;  // for compilers that can't deduce it of an aggregate
 
 }  // namespace
 

@@ -18,7 +18,7 @@ TaskSlot::~TaskSlot() {
     join();
 }
 
-void TaskSlot::start(Task task, std::function<void()> onFailure) {
+void TaskSlot::start(Task task, const std::function<void()>& onFailure) {
     cancel();
     const auto run = std::make_shared<Run>();
     run->before = current;

@@ -24,7 +24,7 @@ public:
     ///
     /// If the task throws or gets no thread, the log says so and `onFailure` is called: on the task's thread
     /// or, without one, on the caller's.
-    void start(Task task, std::function<void()> onFailure);
+    void start(Task task, const std::function<void()>& onFailure);
 
     void cancel();
 
