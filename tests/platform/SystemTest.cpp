@@ -128,8 +128,9 @@ TEST(VolumeName, IsTheMountPoint) {
 
     fs::create_symlink("/proc/self", folder.path + "/link");
     fs::current_path("/proc");
-    for (const std::string path : {"/proc/self/missing", "missing", (folder.path + "/link").c_str(),
-                                   (folder.path + "/link/x").c_str()})
+    const std::string link = folder.path + "/link";
+    for (const std::string& path :
+         {std::string("/proc/self/missing"), std::string("missing"), link, link + "/x"})
         EXPECT_EQ(volumeName(path), "/proc") << path;
     EXPECT_EQ(volumeName("/"), "/");
 }
