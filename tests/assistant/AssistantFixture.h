@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "assistant/Assistant.h"
@@ -46,6 +47,7 @@ protected:
     /// Takes the next of `replies`. Once they are used up, a tool's result is answered with "So it is done."
     /// and everything else with "Here is what I know."
     Reply modelAnswer(const Received& received) {
+        const std::lock_guard guard(mutex);
         if (replies.empty()) {
             const auto request = nlohmann::json::parse(received.body);
             const bool isResult = request["messages"].back()["role"] == "tool";
@@ -54,6 +56,12 @@ protected:
         Reply next = replies.front();
         replies.pop_front();
         return next;
+    }
+
+    /// Sets what the model answers next.
+    void willAnswer(std::deque<Reply> next) {
+        const std::lock_guard guard(mutex);
+        replies = std::move(next);
     }
 
     /// Asks one question. `told` receives all that is said, behind "say ", and shown.
@@ -78,7 +86,8 @@ protected:
     /// The messages of the model's newest request.
     nlohmann::json messages() const { return request(model.requests().size() - 1)["messages"]; }
 
-    std::deque<Reply> replies;
+    std::mutex mutex;
+    std::deque<Reply> replies;  ///< guarded by `mutex`: the server's threads take them
     LoopbackServer model{[this](const Received& received) { return modelAnswer(received); }};
     Brain brain;
     Assistant assistant{brain, endpoints};

@@ -78,7 +78,7 @@ TEST_F(ToolTurnTest, OfALongPageTheModelGetsWhatTheQuestionIsAbout) {
     ask("How long do giraffes sleep? See " + server.url("/long"));
     EXPECT_TRUE(holdsAnswer());
     for (const auto& [question, isFound] : {std::pair{"Tell of giraffes", true}, {"Tell of hares", false}}) {
-        replies = {stream(callEvent(0, "x", "read_webpage", arguments.dump()))};
+        willAnswer({stream(callEvent(0, "x", "read_webpage", arguments.dump()))});
         ask(question);
         EXPECT_EQ(holdsAnswer(), isFound) << question;
     }

@@ -22,14 +22,16 @@ TEST_F(TurnTest, EveryWayOfATurnIsSaidShownSentAndStored) {
         SCOPED_TRACE(turn["question"]);
         assistant.clearConversation();
         choices.webResearch = turn["webResearch"];
+        std::deque<Reply> next;
         for (const json& reply : turn["replies"]) {
             std::string events;
             for (const std::string text : reply.value("text", json::array()))
                 events += contentEvent(text);
             for (const json& call : reply.value("calls", json::array()))
                 events += callEvent(call[0] == "two", call[0], call[1], call[2]);
-            replies.push_back(reply.contains("status") ? makeReply(reply["status"], "") : stream(events));
+            next.push_back(reply.contains("status") ? makeReply(reply["status"], "") : stream(events));
         }
+        willAnswer(std::move(next));
         const size_t requestsBefore = model.requests().size();
         const auto linesBefore = static_cast<std::ptrdiff_t>(logged().size());
         EXPECT_EQ(ask(turn["question"]), turn["reply"]);
@@ -54,7 +56,7 @@ TEST_F(TurnTest, TheLastSixExchangesGoAlongAndThirtyAreKept) {
     for (int i = 1; i <= 30; ++i)
         assistant.memory.history.push_back({"q" + std::to_string(i), "a" + std::to_string(i)});
     const std::string reply(699, 'x');
-    replies = {stream(contentEvent(reply + "\xC3\xA9 and more"))};
+    willAnswer({stream(contentEvent(reply + "\xC3\xA9 and more"))});
     EXPECT_EQ(ask("bad \xFF bytes"), reply) << "700 bytes, less the character that would be split";
     EXPECT_EQ(told, Lines{"say " + reply + "\xC3\xA9 and more"}) << "all of it was said";
     ASSERT_EQ(messages().size(), 14u);
@@ -68,7 +70,7 @@ TEST_F(TurnTest, TheLastSixExchangesGoAlongAndThirtyAreKept) {
 }
 
 TEST_F(TurnTest, SixPassesAreTheEndAndTheLastHasNoTools) {
-    replies.assign(7, stream(callEvent(0, "", "again", "{}")));
+    willAnswer(std::deque<Reply>(7, stream(callEvent(0, "", "again", "{}"))));
     EXPECT_EQ(ask("Go on"), "");
     EXPECT_EQ(told, Lines(6, "Thinking..."));
     ASSERT_EQ(model.requests().size(), 6u);
@@ -82,7 +84,7 @@ TEST_F(TurnTest, SixPassesAreTheEndAndTheLastHasNoTools) {
 TEST_F(TurnTest, ACancelledTurnSaysNothingMoreAndStoresNothing) {
     Reply reply = stream(contentEvent("The first sentence. Half of the sec"));
     reply.chunks.push_back({contentEvent("ond one."), 0, std::make_shared<Gate>()});
-    replies = {reply};
+    willAnswer({reply});
     cancelsAtSentence = true;
     EXPECT_EQ(ask("Tell me"), "");
     EXPECT_EQ(told, Lines{"say The first sentence."});

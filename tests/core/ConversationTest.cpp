@@ -53,9 +53,11 @@ TEST_F(ConversationTest, OfManyQuestionsTheLastIsAnsweredAndNothingOfTheOthersIs
     // A cancelled turn is over at once, also while the engine loads.
     install(R"({"loadMs": 60000})");
     velu.brain.stop();
+    const std::string engineStarted = joinPath(dataFolder(), "llama/last-command.json");
+    removeFile(engineStarted);
     bringUp.startBrainWorker();
     talk.startTurn("once more");
-    ASSERT_TRUE(until([this] { return velu.brain.process.id() != 0; }));
+    ASSERT_TRUE(until([&] { return isFile(engineStarted); }));
     begin = tickCount();
     shutDownCompanion(velu);
     EXPECT_LT(tickCount() - begin, 5000U);  // 100 ms, and whatever a busy machine adds

@@ -10,6 +10,7 @@
 
 #include <filesystem>
 
+#include "support/Soon.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestData.h"
 
@@ -72,7 +73,8 @@ TEST(SingleInstance, IsNotInheritedByStartedPrograms) {
         process = vfork();  // goes on here once the other program runs
         if (process == 0) _exit(execl("/bin/sleep", "sleep", "600", nullptr));
     }
-    EXPECT_TRUE(SingleInstance(instanceName).isFirst());
+    EXPECT_TRUE(soon([] { return SingleInstance(instanceName).isFirst(); }))
+        << "it closes its files shortly after";
     kill(process, SIGKILL);
     waitpid(process, nullptr, 0);
 }
