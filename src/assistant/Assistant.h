@@ -57,7 +57,8 @@ public:
     void clearConversation();
     void forgetEverything();
 
-    /// Returns the system prompt for now. The caller holds `mutex`.
+    /// Returns the system prompt, with the date and with what is known and seen at the moment. The caller
+    /// holds `mutex`.
     [[nodiscard]] std::string buildSystemPrompt() const;
 
     /// Fills the memory from its file, if there is one. Call it before other threads use the assistant.
